@@ -1,0 +1,73 @@
+/* libVaxo_Ubrix_TCP: the flat C interface for remote-controlling a Movicor motion
+ * controller over TCP. Every function takes the context handle first and returns an
+ * ErrorCode (0 = success) unless noted. Compiles as C99 and as C++. */
+#ifndef VAXO_VAXO_H
+#define VAXO_VAXO_H
+
+#include <stdbool.h>
+#include <stddef.h>
+#include <stdint.h>
+
+#if defined(VAXO_BUILDING_LIBRARY)
+#define VAXO_API __attribute__((visibility("default")))
+#else
+#define VAXO_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** 64-bit result: bits 0-31 index/number, bit 32 library error, bit 33 errno,
+ *  bit 34 controller error number, bit 39 fatal. 0 is success. */
+typedef uint64_t ErrorCode;
+
+/** The library's version record (1.2.1.1196 for this build). */
+typedef struct VersionInfo {
+    uint16_t major;
+    uint16_t minor;
+    uint16_t patch;
+    uint16_t build;
+} VersionInfo;
+
+/** Opaque context handle: one connection to one controller. */
+typedef struct VaxoContext* VaxoHandle;
+
+/** Event callback: (user, type 0 error / 1 warning / 2 information, value, text, length). */
+typedef void (*VaxoEventCb)(void* user, uint32_t type, uint64_t value, const char* text, uint32_t length);
+/** Text result callback: called once with the text, valid only during the call. */
+typedef void (*VaxoTextCb)(void* user, const char* text, uint32_t length);
+
+/* ---- Errors ---------------------------------------------------------------- */
+
+/** Calls cb once with the description of code; does nothing when cb is null. */
+VAXO_API void vaxo_GetErrorString(uint64_t code, VaxoTextCb cb, void* user);
+
+/* ---- Context --------------------------------------------------------------- */
+
+/** Creates a context. version must equal the library's own version record. */
+VAXO_API ErrorCode vaxo_CreateContext(const VersionInfo* version, VaxoEventCb cb, void* user, VaxoHandle* out);
+/** Closes the connection if open, then frees the context. */
+VAXO_API ErrorCode vaxo_DestroyContext(VaxoHandle h);
+VAXO_API bool vaxo_IsConnected(VaxoHandle h);
+/** 1 (TCP) for a valid handle, 0 for a null handle. */
+VAXO_API uint32_t vaxo_GetConnectionType(VaxoHandle h);
+VAXO_API ErrorCode vaxo_GetApiVersion(VaxoHandle h, VersionInfo* out);
+VAXO_API ErrorCode vaxo_GetApiVersionStr(VaxoHandle h, VaxoTextCb cb, void* user);
+
+/* ---- TCP settings (host, port 3240, connect timeout 5000 ms, command timeout 60000 ms) */
+
+VAXO_API ErrorCode vaxo_SetTcpHostName(VaxoHandle h, const char* host);
+VAXO_API ErrorCode vaxo_GetTcpHostName(VaxoHandle h, VaxoTextCb cb, void* user);
+VAXO_API ErrorCode vaxo_SetTcpPort(VaxoHandle h, uint16_t port);
+VAXO_API ErrorCode vaxo_GetTcpPort(VaxoHandle h, uint16_t* port);
+VAXO_API ErrorCode vaxo_SetTcpConnectTimeout(VaxoHandle h, uint32_t ms);
+VAXO_API ErrorCode vaxo_GetTcpConnectTimeout(VaxoHandle h, uint32_t* ms);
+VAXO_API ErrorCode vaxo_SetTcpCommandTimeout(VaxoHandle h, uint32_t ms);
+VAXO_API ErrorCode vaxo_GetTcpCommandTimeout(VaxoHandle h, uint32_t* ms);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* VAXO_VAXO_H */
