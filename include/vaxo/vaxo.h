@@ -66,6 +66,44 @@ VAXO_API ErrorCode vaxo_GetTcpConnectTimeout(VaxoHandle h, uint32_t* ms);
 VAXO_API ErrorCode vaxo_SetTcpCommandTimeout(VaxoHandle h, uint32_t ms);
 VAXO_API ErrorCode vaxo_GetTcpCommandTimeout(VaxoHandle h, uint32_t* ms);
 
+/* ---- Connection ------------------------------------------------------------ */
+
+/** Opens the command link: TCP connect, token table, reader thread, controller type and firmware. */
+VAXO_API ErrorCode vaxo_OpenConnection(VaxoHandle h);
+VAXO_API ErrorCode vaxo_CloseConnection(VaxoHandle h);
+/** The firmware version read at open (no traffic). */
+VAXO_API ErrorCode vaxo_GetFirmwareVersionNumber(VaxoHandle h, double* version);
+/** EX: resets the controller (option as the controller defines it). */
+VAXO_API ErrorCode vaxo_Ex(VaxoHandle h, int32_t option);
+
+/* ---- VR and TABLE memory ---------------------------------------------------- */
+
+VAXO_API ErrorCode vaxo_GetVrValue(VaxoHandle h, uint32_t index, double* value);
+VAXO_API ErrorCode vaxo_SetVrValue(VaxoHandle h, uint32_t index, double value);
+VAXO_API ErrorCode vaxo_GetTableValue(VaxoHandle h, uint32_t index, double* value);
+VAXO_API ErrorCode vaxo_SetTableValue(VaxoHandle h, uint32_t index, double value);
+
+/* ---- Named parameters: one getter per readable parameter, one setter per writable one ----
+ * vaxo_GetAxisParameter_<NAME>(h, axis, double*)    vaxo_SetAxisParameter_<NAME>(h, axis, double)
+ * vaxo_GetSystemParameter_<NAME>(h, double*)        vaxo_SetSystemParameter_<NAME>(h, double)
+ * vaxo_GetProcessParameter_<NAME>(h, proc, double*) vaxo_SetProcessParameter_<NAME>(h, proc, double)
+ * vaxo_GetSlotParameter_<NAME>(h, slot, double*)    vaxo_SetSlotParameter_<NAME>(h, slot, double) */
+#define VAXO_PARAM(kind, name, access) VAXO_DECL_GET_##kind(name) VAXO_DECL_SET_##kind##_##access(name)
+#define VAXO_DECL_GET_Axis(name) VAXO_API ErrorCode vaxo_GetAxisParameter_##name(VaxoHandle h, uint32_t axis, double* value);
+#define VAXO_DECL_SET_Axis_RW(name) VAXO_API ErrorCode vaxo_SetAxisParameter_##name(VaxoHandle h, uint32_t axis, double value);
+#define VAXO_DECL_GET_System(name) VAXO_API ErrorCode vaxo_GetSystemParameter_##name(VaxoHandle h, double* value);
+#define VAXO_DECL_SET_System_RW(name) VAXO_API ErrorCode vaxo_SetSystemParameter_##name(VaxoHandle h, double value);
+#define VAXO_DECL_GET_Process(name) VAXO_API ErrorCode vaxo_GetProcessParameter_##name(VaxoHandle h, uint32_t process, double* value);
+#define VAXO_DECL_SET_Process_RW(name) VAXO_API ErrorCode vaxo_SetProcessParameter_##name(VaxoHandle h, uint32_t process, double value);
+#define VAXO_DECL_GET_Slot(name) VAXO_API ErrorCode vaxo_GetSlotParameter_##name(VaxoHandle h, uint32_t slot, double* value);
+#define VAXO_DECL_SET_Slot_RW(name) VAXO_API ErrorCode vaxo_SetSlotParameter_##name(VaxoHandle h, uint32_t slot, double value);
+#define VAXO_DECL_SET_Axis_RO(name)
+#define VAXO_DECL_SET_System_RO(name)
+#define VAXO_DECL_SET_Process_RO(name)
+#define VAXO_DECL_SET_Slot_RO(name)
+#include <vaxo/NamedParams.def>
+#undef VAXO_PARAM
+
 #ifdef __cplusplus
 }
 #endif

@@ -1,0 +1,85 @@
+// One reader thread per connection: it reads the controller's replies in the order the
+// requests were written. The protocol has no request tags, so the order of this queue is
+// the only thing that pairs a reply with its request.
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <thread>
+
+#include "shared/receive/ICommand.h"
+#include "shared/receive/SafeQueue.h"
+
+namespace Vaxo::Ubrix::Shared {
+
+class ReaderPump {
+public:
+    static constexpr int kIdleTimeoutMs = 10000;
+
+    ReaderPump() = default;
+    ~ReaderPump() { stop(); }
+    ReaderPump(const ReaderPump&) = delete;
+    ReaderPump& operator=(const ReaderPump&) = delete;
+
+    void start();
+    void stop();
+    bool isRunning() const { return m_running.load(std::memory_order_acquire); }
+    bool isInPumpThread() const { return m_pumpThreadId.load(std::memory_order_acquire) == std::this_thread::get_id(); }
+    void waitQueueEmpty();
+
+    // Encodes and writes a request (the send step) and queues its command, as one step
+    // under the send lock, so that queue order is wire order.
+    template <typename SendStep>
+    ErrorCode queueCommand(ICommand& command, SendStep&& send) {
+        if (m_stopRequested.load(std::memory_order_acquire) || !isRunning())
+            return ErrorCode::Disconnected;
+        command.clearReady();
+        std::lock_guard lock(m_sendMutex);
+        // Checked again under the lock: the worker drains under it when it stops, so a
+        // command is either drained or refused, never left waiting.
+        if (m_stopRequested.load(std::memory_order_acquire) || !isRunning())
+            return ErrorCode::Disconnected;
+        m_currentCommandId.store(command.id(), std::memory_order_release);
+        const ErrorCode result = send();
+        if (result == ErrorCode::Success) {
+            m_queueIdle.store(false, std::memory_order_release);
+            m_commandQueue.Push(&command);
+        }
+        return result;
+    }
+
+    // Runs step only while command id is still the last one sent and nobody is sending.
+    template <typename Step>
+    ErrorCode executeIfNoNextCommand(std::uint32_t id, Step&& step) {
+        if (m_stopRequested.load(std::memory_order_acquire) || !isRunning())
+            return ErrorCode::Disconnected;
+        ErrorCode result = ErrorCode::Abort;
+        if (id != m_currentCommandId.load(std::memory_order_acquire))
+            return result;
+        std::unique_lock lock(m_sendMutex, std::try_to_lock);
+        if (lock.owns_lock() && id == m_currentCommandId.load(std::memory_order_acquire))
+            result = step();
+        return result;
+    }
+
+    std::uint32_t currentCommandId() const { return m_currentCommandId.load(std::memory_order_acquire); }
+
+private:
+    void worker();
+
+    std::thread m_pumpThread;
+    std::atomic<std::thread::id> m_pumpThreadId{};
+    std::atomic<bool> m_stopRequested{false};
+    std::atomic<bool> m_queueIdle{true};
+    std::atomic<bool> m_running{false};
+    std::atomic<std::uint32_t> m_currentCommandId{0xFFFFFFFFu};
+    SafeQueue<ICommand*> m_commandQueue;
+    std::mutex m_sendMutex;
+    std::mutex m_idleMutex;
+    std::condition_variable m_idleCondition;
+    std::mutex m_lifecycleMutex; // start and stop against each other
+};
+
+} // namespace Vaxo::Ubrix::Shared

@@ -1,0 +1,235 @@
+// Connection lifecycle: settings, the open sequence in its fixed order, close, fatal errors,
+// and the operations that map one to one onto command classes.
+#include "tcp/connection/Connection_TCP.h"
+
+#include <cmath>
+
+#include "tcp/commands/Parameters.h"
+#include "tcp/commands/Programs.h"
+#include "tcp/commands/Variables.h"
+
+namespace Vaxo::Ubrix::TCP {
+
+using Shared::EventType;
+
+Connection_TCP::Connection_TCP(Shared::EventCallback logger)
+    : ConnectionBase(std::move(logger)), m_port(m_logger), m_token(m_logger) {}
+
+Connection_TCP::~Connection_TCP() {
+    try {
+        CloseConnection();
+    } catch (...) {
+    }
+}
+
+bool Connection_TCP::IsConnected() const {
+    return m_connected.load(std::memory_order_acquire) && m_port.isOpened();
+}
+
+ErrorCode Connection_TCP::GetFirmwareVersionNumber(double& version) {
+    if (!IsConnected())
+        return ErrorCode::Disconnected;
+    if (m_pump.isInPumpThread())
+        return ErrorCode::NotSupported;
+    version = m_firmwareVersion.load(std::memory_order_acquire);
+    return ErrorCode::Success;
+}
+
+ErrorCode Connection_TCP::OpenConnection() {
+    std::lock_guard lock(m_connectionMutex);
+    if (IsConnected())
+        return ErrorCode::Success;
+    ErrorCode result = m_port.isOpened() ? ErrorCode::Reopen : openSequence();
+    if (failed(result)) {
+        CloseConnection();
+        return result;
+    }
+    m_connected.store(true, std::memory_order_release);
+    std::string text = "Connected to ";
+    text += m_port.hostName();
+    AddLogEvent(EventType::Information, 0, text);
+    return ErrorCode::Success;
+}
+
+ErrorCode Connection_TCP::openSequence() {
+    m_firmwareVersion.store(0.0);
+    m_firmwareWhole = m_firmwareFraction = 0.0;
+
+    std::string host;
+    {
+        std::lock_guard lock(m_settingsMutex);
+        host = m_hostName.empty() ? std::string(tcp_default_hostname) : m_hostName;
+    }
+    const unsigned short port = m_tcpPort.load() ? m_tcpPort.load() : kDefaultPort;
+    if (ErrorCode e = m_port.Open(host, port, m_connectTimeout.load(), true); failed(e))
+        return e;
+    m_port.SetNoDelay(true);
+    if (ErrorCode e = m_token.ReadTokenTable(m_port, commandTimeout()); failed(e))
+        return e;
+    m_pump.start();
+
+    // Commands need the connected flag; it is raised for the two queries and lowered again
+    // should either fail.
+    m_connected.store(true, std::memory_order_release);
+    double type = 0;
+    ErrorCode e = GetSystemParameter(KnownTokens::CONTROL, type);
+    if (!failed(e) && !m_token.SetControllerType(unsigned(type)))
+        e = ErrorCode::UnsupportedController;
+    double version = 0;
+    if (!failed(e))
+        e = GetSystemParameter(KnownTokens::VERSION, version);
+    if (!failed(e)) {
+        m_firmwareVersion.store(version);
+        m_firmwareFraction = std::modf(version, &m_firmwareWhole);
+        if (!m_token.SetControllerVersion(version))
+            e = ErrorCode::UnsupportedController;
+    }
+    m_connected.store(false, std::memory_order_release);
+    if (failed(e))
+        return e;
+    if (Shared::IsSetSendBufferSize0Needed(version, unsigned(type)))
+        m_port.SetSendBufferSize(0);
+    return ErrorCode::Success;
+}
+
+ErrorCode Connection_TCP::CloseConnection() {
+    std::lock_guard lock(m_connectionMutex);
+    const bool wasConnected = m_connected.exchange(false, std::memory_order_acq_rel);
+    m_firmwareVersion.store(0.0);
+    m_firmwareWhole = m_firmwareFraction = 0.0;
+    const std::string host = m_port.hostName();
+    const ErrorCode result = m_port.Close();
+    m_pump.stop();
+    if (wasConnected) {
+        std::string text = "Disconnected from ";
+        text += host;
+        AddLogEvent(EventType::Information, 0, text);
+    }
+    return result;
+}
+
+void Connection_TCP::ReportFatal() {
+    if (m_pump.isRunning())
+        m_pump.stop();
+}
+
+ErrorCode Connection_TCP::GetResponse(double* value, unsigned short* status) {
+    const unsigned timeout = commandTimeout();
+    double v = 0;
+    if (ErrorCode e = m_token.ReadNumber(v, m_port, timeout); failed(e))
+        return e;
+    if (value)
+        *value = v;
+    double s = 0;
+    if (ErrorCode e = m_token.ReadNumber(s, m_port, timeout); failed(e))
+        return e;
+    // Truncated to 16 bits; a garbled number must not be undefined behaviour.
+    const unsigned short st = std::isfinite(s) && s > -2147483648.0 && s < 2147483648.0
+                                  ? static_cast<unsigned short>(static_cast<std::int32_t>(s))
+                                  : static_cast<unsigned short>(0xFFFF);
+    if (status)
+        *status = st;
+    return Shared::controllerError(st);
+}
+
+ErrorCode Connection_TCP::forceACK(std::uint32_t id) {
+    const ErrorCode e = m_pump.executeIfNoNextCommand(id, [this] {
+        const unsigned short code = m_token.tokenUnknownCode();
+        const char bytes[2] = {char(code & 0xFF), char(code >> 8)};
+        return m_port.Write(bytes, code <= 0xFF ? 1 : 2);
+    });
+    return e == ErrorCode::Abort ? ErrorCode::Success : e;
+}
+
+// ---- settings ----
+
+ErrorCode Connection_TCP::SetTcpHostName(std::string_view host) {
+    std::lock_guard lock(m_settingsMutex);
+    m_hostName.assign(host);
+    return ErrorCode::Success;
+}
+ErrorCode Connection_TCP::GetTcpHostName(std::string_view& host) {
+    std::lock_guard lock(m_settingsMutex);
+    host = m_hostName;
+    return ErrorCode::Success;
+}
+ErrorCode Connection_TCP::SetTcpPort(unsigned short port) {
+    m_tcpPort.store(port);
+    return ErrorCode::Success;
+}
+ErrorCode Connection_TCP::GetTcpPort(unsigned short& port) {
+    port = m_tcpPort.load();
+    return ErrorCode::Success;
+}
+ErrorCode Connection_TCP::SetTcpCommandTimeout(unsigned int ms) {
+    m_commandTimeout.store(ms);
+    return ErrorCode::Success;
+}
+ErrorCode Connection_TCP::GetTcpCommandTimeout(unsigned int& ms) {
+    ms = m_commandTimeout.load();
+    return ErrorCode::Success;
+}
+ErrorCode Connection_TCP::SetTcpConnectTimeout(unsigned int ms) {
+    m_connectTimeout.store(ms);
+    return ErrorCode::Success;
+}
+ErrorCode Connection_TCP::GetTcpConnectTimeout(unsigned int& ms) {
+    ms = m_connectTimeout.load();
+    return ErrorCode::Success;
+}
+
+// ---- commands ----
+
+ErrorCode Connection_TCP::Ex(int option) {
+    return execute<CmdEx>([&](CmdEx& c) { return c.send(unsigned(option)); });
+}
+
+ErrorCode Connection_TCP::GetVrValue(unsigned int index, double& value) {
+    return execute<CmdGetVR>([&](CmdGetVR& c) { return c.send(index); }, &value);
+}
+ErrorCode Connection_TCP::SetVrValue(unsigned int index, double value) {
+    return execute<CmdSetVR>([&](CmdSetVR& c) { return c.send(index, value); });
+}
+ErrorCode Connection_TCP::GetTableValue(unsigned int index, double& value) {
+    return execute<CmdGetTABLE>([&](CmdGetTABLE& c) { return c.send(index); }, &value);
+}
+ErrorCode Connection_TCP::SetTableValue(unsigned int index, double value) {
+    return execute<CmdSetTABLE>([&](CmdSetTABLE& c) { return c.send(index, value); });
+}
+
+ErrorCode Connection_TCP::GetSystemParameter(KnownTokens parameter, double& value) {
+    return execute<CmdGetSysVar>([&](CmdGetSysVar& c) {
+        unsigned short code;
+        if (ErrorCode e = m_token.getTokenCode(parameter, code); failed(e))
+            return e;
+        return c.send(code);
+    }, &value);
+}
+ErrorCode Connection_TCP::SetSystemParameter(KnownTokens parameter, double value) {
+    return execute<CmdSetSysVar>([&](CmdSetSysVar& c) {
+        unsigned short code;
+        if (ErrorCode e = m_token.getTokenCode(parameter, code); failed(e))
+            return e;
+        return c.send(code, value);
+    });
+}
+ErrorCode Connection_TCP::GetParameterWithModifier(KnownTokens parameter, KnownTokens modifier, int index,
+                                                   double& value) {
+    return execute<CmdGetParamWithModifier>([&](CmdGetParamWithModifier& c) {
+        unsigned short code;
+        if (ErrorCode e = m_token.getTokenCode(parameter, code); failed(e))
+            return e;
+        return c.send(code, modifier, index);
+    }, &value);
+}
+ErrorCode Connection_TCP::SetParameterWithModifier(KnownTokens parameter, KnownTokens modifier, int index,
+                                                   double value) {
+    return execute<CmdSetParamWithModifier>([&](CmdSetParamWithModifier& c) {
+        unsigned short code;
+        if (ErrorCode e = m_token.getTokenCode(parameter, code); failed(e))
+            return e;
+        return c.send(code, modifier, index, value);
+    });
+}
+
+} // namespace Vaxo::Ubrix::TCP

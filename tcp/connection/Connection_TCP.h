@@ -1,0 +1,176 @@
+// The one object behind a context handle: the TCP port, the token table with the
+// controller's capabilities, the reader pump and the pool of command sync objects; the open
+// and close sequences; and every operation of the class interface.
+#pragma once
+
+#include <atomic>
+#include <mutex>
+#include <string>
+
+#include "shared/factory/ConnectionBase.h"
+#include "shared/protocol/KnownTokens.h"
+#include "shared/protocol/Token.h"
+#include "shared/protocol/TokenSend.h"
+#include "shared/receive/ObjectPool.h"
+#include "shared/receive/ReaderPump.h"
+#include "shared/transport/Port_TCP.h"
+
+namespace Vaxo::Ubrix::TCP {
+
+using Shared::ErrorCode;
+using Shared::KnownTokens;
+
+class Connection_TCP final : public Shared::ConnectionBase {
+public:
+    static constexpr unsigned short kDefaultPort = 3240;
+
+    explicit Connection_TCP(Shared::EventCallback logger);
+    ~Connection_TCP() override;
+
+    // ---- connection management ----
+    bool IsConnected() const override;
+    Shared::ConnectionType GetConnectionType() const override { return Shared::ConnectionType::TCP; }
+    ErrorCode GetFirmwareVersionNumber(double& version) override;
+    ErrorCode OpenConnection() override;
+    ErrorCode CloseConnection() override;
+    ErrorCode Ex(int option) override;
+
+    // ---- TCP settings (take effect at the next open) ----
+    ErrorCode SetTcpHostName(std::string_view host) override;
+    ErrorCode GetTcpHostName(std::string_view& host) override;
+    ErrorCode SetTcpPort(unsigned short port) override;
+    ErrorCode GetTcpPort(unsigned short& port) override;
+    ErrorCode SetTcpCommandTimeout(unsigned int ms) override;
+    ErrorCode GetTcpCommandTimeout(unsigned int& ms) override;
+    ErrorCode SetTcpConnectTimeout(unsigned int ms) override;
+    ErrorCode GetTcpConnectTimeout(unsigned int& ms) override;
+
+    // ---- variables ----
+    ErrorCode GetVrValue(unsigned int index, double& value) override;
+    ErrorCode SetVrValue(unsigned int index, double value) override;
+    ErrorCode GetTableValue(unsigned int index, double& value) override;
+    ErrorCode SetTableValue(unsigned int index, double value) override;
+
+    // ---- parameters: by token, with the kind's modifier (none for system parameters) ----
+    ErrorCode GetSystemParameter(KnownTokens parameter, double& value);
+    ErrorCode SetSystemParameter(KnownTokens parameter, double value);
+    ErrorCode GetParameterWithModifier(KnownTokens parameter, KnownTokens modifier, int index, double& value);
+    ErrorCode SetParameterWithModifier(KnownTokens parameter, KnownTokens modifier, int index, double value);
+
+#define VAXO_PARAM(kind, name, access) VAXO_PARAM_##kind##_##access(name)
+#define VAXO_PARAM_Axis_RO(name)                                                                              \
+    ErrorCode GetAxisParameter_##name(unsigned int axis, double& value) override {                            \
+        return GetParameterWithModifier(KnownTokens::name, KnownTokens::AXIS, int(axis), value);              \
+    }
+#define VAXO_PARAM_Axis_RW(name)                                                                              \
+    VAXO_PARAM_Axis_RO(name) ErrorCode SetAxisParameter_##name(unsigned int axis, double value) override {    \
+        return SetParameterWithModifier(KnownTokens::name, KnownTokens::AXIS, int(axis), value);              \
+    }
+#define VAXO_PARAM_Process_RO(name)                                                                           \
+    ErrorCode GetProcessParameter_##name(unsigned int process, double& value) override {                      \
+        return GetParameterWithModifier(KnownTokens::name, KnownTokens::PROC, int(process), value);           \
+    }
+#define VAXO_PARAM_Process_RW(name)                                                                           \
+    VAXO_PARAM_Process_RO(name) ErrorCode SetProcessParameter_##name(unsigned int process, double value)      \
+        override {                                                                                            \
+        return SetParameterWithModifier(KnownTokens::name, KnownTokens::PROC, int(process), value);           \
+    }
+#define VAXO_PARAM_Slot_RO(name)                                                                              \
+    ErrorCode GetSlotParameter_##name(unsigned int slot, double& value) override {                            \
+        return GetParameterWithModifier(KnownTokens::name, KnownTokens::SLOT, int(slot), value);              \
+    }
+#define VAXO_PARAM_Slot_RW(name)                                                                              \
+    VAXO_PARAM_Slot_RO(name) ErrorCode SetSlotParameter_##name(unsigned int slot, double value) override {    \
+        return SetParameterWithModifier(KnownTokens::name, KnownTokens::SLOT, int(slot), value);              \
+    }
+#define VAXO_PARAM_System_RO(name)                                                                            \
+    ErrorCode GetSystemParameter_##name(double& value) override {                                             \
+        return GetSystemParameter(KnownTokens::name, value);                                                  \
+    }
+#define VAXO_PARAM_System_RW(name)                                                                            \
+    VAXO_PARAM_System_RO(name) ErrorCode SetSystemParameter_##name(double value) override {                   \
+        return SetSystemParameter(KnownTokens::name, value);                                                  \
+    }
+#include <vaxo/NamedParams.def>
+#undef VAXO_PARAM
+#undef VAXO_PARAM_Axis_RO
+#undef VAXO_PARAM_Axis_RW
+#undef VAXO_PARAM_Process_RO
+#undef VAXO_PARAM_Process_RW
+#undef VAXO_PARAM_Slot_RO
+#undef VAXO_PARAM_Slot_RW
+#undef VAXO_PARAM_System_RO
+#undef VAXO_PARAM_System_RW
+
+    // ---- lifetime and diagnostics ----
+    void DeleteMe() override { delete this; }
+    void ReportFatal() override;
+    void setWriteSniffer(Shared::ISniffer* sniffer) override { m_port.setWriteSniffer(sniffer); }
+    void setReadSniffer(Shared::ISniffer* sniffer) override { m_port.setReadSniffer(sniffer); }
+
+    // ---- services for command classes ----
+    Shared::Token& token() { return m_token; }
+    unsigned int commandTimeout() const { return m_commandTimeout.load(std::memory_order_relaxed); }
+    std::mutex* getCachedSyncObject() { return m_syncPool.get_element(); }
+    void returnCachedSyncObject(std::mutex* m) { m_syncPool.return_element(m); }
+
+    template <class Buffer>
+    ErrorCode sendTokenbuffer(const Buffer& buffer, unsigned flags = Shared::SendDefault) {
+        return Shared::sendTokenbuffer(m_port, m_token.controllerCapabilities(), buffer.data(), buffer.length(), flags);
+    }
+    ErrorCode sendTokenbuffer(const unsigned char* data, unsigned length, bool checkSize, bool escape) {
+        return Shared::sendTokenbuffer(m_port, m_token.controllerCapabilities(), data, length,
+                                       (checkSize ? Shared::SendCheckSize : 0u) | (escape ? Shared::SendEscape : 0u));
+    }
+    ErrorCode WriteBytes(const char* data, unsigned int length) { return m_port.Write(data, length); }
+    ErrorCode ReadBytes(char* buffer, unsigned int size, unsigned int timeout) {
+        return m_port.Read(buffer, size, timeout);
+    }
+    ErrorCode ReadBytes(char* buffer, unsigned int size, unsigned int& got, unsigned int timeout) {
+        return m_port.Read(buffer, size, got, timeout);
+    }
+    ErrorCode UnReadBytes(const char* data, unsigned int length) { return m_port.UnRead(data, length); }
+    ErrorCode GetResponse(double* value, unsigned short* status);
+    ErrorCode forceACK(std::uint32_t id);
+    void waitCommandQueueEmpty() { m_pump.waitQueueEmpty(); }
+    Shared::ReaderPump& readerPump() { return m_pump; }
+    Shared::Port_TCP& port() { return m_port; }
+
+    // The caller's side of every command: open and thread checks, build the command on this
+    // stack, send and queue it as one step, wait for the reader thread to finish it.
+    template <class Cmd, class Send, class... CtorArgs>
+    ErrorCode execute(Send&& send, CtorArgs&&... ctorArgs) {
+        if (!IsConnected())
+            return ErrorCode::Disconnected;
+        if (m_pump.isInPumpThread())
+            return ErrorCode::NotSupported;
+        Cmd command(*this, std::forward<CtorArgs>(ctorArgs)...);
+        ErrorCode result = m_pump.queueCommand(command, [&] { return send(command); });
+        if (result == ErrorCode::Success) {
+            command.waitReady();
+            result = command.getError();
+        }
+        return result;
+    }
+
+private:
+    ErrorCode openSequence();
+    ErrorCode closeLocked();
+
+    Shared::Port_TCP m_port;
+    Shared::Token m_token;
+    Shared::ReaderPump m_pump;
+    std::atomic<unsigned short> m_tcpPort{0};
+    std::string m_hostName;
+    std::mutex m_settingsMutex; // host name
+    std::recursive_mutex m_connectionMutex;
+    Shared::ObjectPool<std::mutex> m_syncPool{8};
+    std::atomic<double> m_firmwareVersion{0.0};
+    double m_firmwareWhole = 0.0;
+    double m_firmwareFraction = 0.0;
+    std::atomic<unsigned int> m_connectTimeout{5000};
+    std::atomic<unsigned int> m_commandTimeout{60000};
+    std::atomic<bool> m_connected{false};
+};
+
+} // namespace Vaxo::Ubrix::TCP
