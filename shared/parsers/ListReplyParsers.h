@@ -1,0 +1,176 @@
+// Parsers for the line-per-entry listings: the directory (DIR) and the process list
+// (PROCESS). The commands that read them drive Feed themselves, one byte per read, until
+// IsDone(); a listing ends either at 0x00 (the standard response follows, the reader gives
+// the 0x00 back to the port) or at a line starting with "OK" (nothing follows).
+#pragma once
+
+#include "shared/parsers/FromChars.h"
+#include "shared/parsers/ParserTypes.h"
+
+#include <vaxo/Types.hpp>
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace Vaxo::Ubrix::Shared {
+
+// Directory entry: "name,size,crc,lines,type,a,b" with blanks around items allowed. A name of
+// "TABLE" (any case) is not a file. The name is cut to nameSize - 1 characters and written
+// 0x00-terminated into `name`. Returns false if any item fails to parse; `info` is then left
+// as it was.
+bool parseFileEntryCore(std::string_view line, FileInfo& info, char* name, std::size_t nameSize) noexcept;
+
+template <std::size_t N>
+bool parseFileEntry(std::string_view line, FileInfo& info, char (&name)[N]) noexcept {
+    static_assert(N >= 1);
+    return parseFileEntryCore(line, info, name, N);
+}
+
+// Process entry: "process,name,state,priority,line,ticks,cycles[,load][,*]"; the first five
+// numbers are signed 32-bit, ticks and cycles unsigned 64-bit, load a double that is a quiet
+// NaN when missing or empty, and an item "*" marks the entry. Same name rules as above,
+// without the "TABLE" exclusion.
+bool parseProcessInfoEntryCore(std::string_view line, ProcessInfo& info, char* name, std::size_t nameSize) noexcept;
+
+template <std::size_t N>
+bool parseProcessInfoEntry(std::string_view line, ProcessInfo& info, char (&name)[N]) noexcept {
+    static_assert(N >= 1);
+    return parseProcessInfoEntryCore(line, info, name, N);
+}
+
+// The line discipline both listings share: 0x0D is skipped, 0x0A ends a line, 0x00 ends the
+// listing. A line longer than Capacity - 1 characters is refused.
+class ListLineBuffer {
+public:
+    static constexpr std::size_t Capacity = 1024;
+    enum class Step { More, Line, End, TooLong };
+
+    Step put(char c) noexcept {
+        m_last = c;
+        if (c == '\r')
+            return Step::More;
+        if (c == '\0')
+            return Step::End;
+        if (c == '\n')
+            return Step::Line;
+        if (m_fill >= Capacity - 1)
+            return Step::TooLong;
+        m_line[m_fill++] = c;
+        return Step::More;
+    }
+    std::string_view line() const noexcept { return std::string_view(m_line, m_fill); }
+    void clear() noexcept { m_fill = 0; }
+    char last() const noexcept { return m_last; }
+
+    static bool isOkLine(std::string_view line) noexcept {
+        return line.size() >= 2 && equalsNoCase(line.substr(0, 2), "OK");
+    }
+
+private:
+    char m_line[Capacity];
+    std::size_t m_fill = 0;
+    char m_last = '\0';
+};
+
+// Directory listing: the first line is a header and is skipped; every later line is one file,
+// passed to the callable as (FileInfo, std::string_view name). A line that does not parse
+// gives BadResponse, and the parser then refuses further input.
+template <class F>
+class DirReplyParser {
+public:
+    explicit DirReplyParser(F& onFile) noexcept : m_onFile(onFile) {}
+
+    ErrorCode Feed(const char* data, std::uint32_t length, std::uint32_t& consumed) {
+        consumed = 0;
+        if (m_error != ErrorCode::Success)
+            return m_error;
+        while (!m_done && consumed < length) {
+            switch (m_lines.put(data[consumed++])) {
+            case ListLineBuffer::Step::More:
+                break;
+            case ListLineBuffer::Step::End:
+                m_done = true;
+                break;
+            case ListLineBuffer::Step::TooLong:
+                return m_error = ErrorCode::BadResponse;
+            case ListLineBuffer::Step::Line: {
+                const std::string_view line = m_lines.line();
+                if (ListLineBuffer::isOkLine(line)) {
+                    m_done = true;
+                } else if (!m_headerSeen) {
+                    m_headerSeen = true;
+                } else {
+                    FileInfo info{};
+                    char name[132];
+                    if (!parseFileEntry(line, info, name))
+                        return m_error = ErrorCode::BadResponse;
+                    m_onFile(info, std::string_view(name));
+                }
+                m_lines.clear();
+                break;
+            }
+            }
+        }
+        return ErrorCode::Success;
+    }
+    bool IsDone() const noexcept { return m_done; }
+    char LastChar() const noexcept { return m_lines.last(); }
+
+private:
+    F& m_onFile;
+    ListLineBuffer m_lines;
+    bool m_headerSeen = false;
+    bool m_done = false;
+    ErrorCode m_error = ErrorCode::Success;
+};
+
+// Process list: every line that is not blank is one process, passed to the callable as
+// (ProcessInfo, std::string_view name). No header line. Errors as for the directory.
+template <class F>
+class ProcessReplyParser {
+public:
+    explicit ProcessReplyParser(F& onProcess) noexcept : m_onProcess(onProcess) {}
+
+    ErrorCode Feed(const char* data, std::uint32_t length, std::uint32_t& consumed) {
+        consumed = 0;
+        if (m_error != ErrorCode::Success)
+            return m_error;
+        while (!m_done && consumed < length) {
+            switch (m_lines.put(data[consumed++])) {
+            case ListLineBuffer::Step::More:
+                break;
+            case ListLineBuffer::Step::End:
+                m_done = true;
+                break;
+            case ListLineBuffer::Step::TooLong:
+                return m_error = ErrorCode::BadResponse;
+            case ListLineBuffer::Step::Line: {
+                const std::string_view line = m_lines.line();
+                if (ListLineBuffer::isOkLine(line)) {
+                    m_done = true;
+                } else if (!trimBlanks(line).empty()) {
+                    ProcessInfo info{};
+                    char name[132];
+                    if (!parseProcessInfoEntry(line, info, name))
+                        return m_error = ErrorCode::BadResponse;
+                    m_onProcess(info, std::string_view(name));
+                }
+                m_lines.clear();
+                break;
+            }
+            }
+        }
+        return ErrorCode::Success;
+    }
+    bool IsDone() const noexcept { return m_done; }
+    char LastChar() const noexcept { return m_lines.last(); }
+
+private:
+    F& m_onProcess;
+    ListLineBuffer m_lines;
+    bool m_done = false;
+    ErrorCode m_error = ErrorCode::Success;
+};
+
+} // namespace Vaxo::Ubrix::Shared

@@ -1,0 +1,279 @@
+// The command link's socket (see Socket.h).
+#include "shared/transport/Socket.h"
+
+#include <arpa/inet.h>
+#include <cerrno>
+#include <cstring>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <vector>
+
+namespace Vaxo::Ubrix::Shared {
+
+namespace {
+
+std::string errnoText(int err) {
+    char buf[256];
+    // GNU strerror_r returns a pointer that may or may not be buf.
+    const char* text = strerror_r(err, buf, sizeof buf);
+    return text ? std::string(text) : std::string();
+}
+
+// Waits for the descriptor to become ready. Returns what poll returns. poll rather than
+// select: a host with many open files may hand us a descriptor beyond FD_SETSIZE.
+int waitReady(int fd, short events, unsigned int timeout) {
+    pollfd p{fd, events, 0};
+    int ms = timeout == kInfiniteTimeout ? -1 : int(timeout > 0x7FFFFFFFu ? 0x7FFFFFFFu : timeout);
+    for (;;) {
+        int r = ::poll(&p, 1, ms);
+        if (r < 0 && errno == EINTR)
+            continue;
+        return r;
+    }
+}
+
+bool setNonBlocking(int fd, bool on) {
+    int value = on ? 1 : 0;
+    return ::ioctl(fd, FIONBIO, &value) == 0;
+}
+
+// The host name is resolved as a name first; a failed resolution falls back to inet_addr with
+// the result passed through ntohl, as the link has always done it.
+in_addr_t resolveHost(const std::string& host) {
+    hostent entry{};
+    hostent* result = nullptr;
+    int herr = 0;
+    std::vector<char> work(2048);
+    for (;;) {
+        int rc = ::gethostbyname_r(host.c_str(), &entry, work.data(), work.size(), &result, &herr);
+        if (rc == ERANGE && work.size() < 65536) {
+            work.resize(work.size() * 2);
+            continue;
+        }
+        break;
+    }
+    if (result && result->h_addrtype == AF_INET && result->h_addr_list && result->h_addr_list[0]) {
+        in_addr_t a;
+        std::memcpy(&a, result->h_addr_list[0], sizeof a);
+        return a;
+    }
+    return ntohl(::inet_addr(host.c_str()));
+}
+
+} // namespace
+
+bool setTcpKeepalive(int descriptor) {
+    int on = 1, idle = 10, interval = 3, count = 3;
+    bool ok = ::setsockopt(descriptor, SOL_SOCKET, SO_KEEPALIVE, &on, sizeof on) == 0;
+    ok = (::setsockopt(descriptor, IPPROTO_TCP, TCP_KEEPIDLE, &idle, sizeof idle) == 0) && ok;
+    ok = (::setsockopt(descriptor, IPPROTO_TCP, TCP_KEEPINTVL, &interval, sizeof interval) == 0) && ok;
+    ok = (::setsockopt(descriptor, IPPROTO_TCP, TCP_KEEPCNT, &count, sizeof count) == 0) && ok;
+    return ok;
+}
+
+Socket::Socket(const EventCallback& eventLogger) : m_eventLogger(eventLogger) {}
+
+Socket::~Socket() { Close(); }
+
+void Socket::AddLogEvent(EventType type, std::uint64_t value, std::string_view text) const {
+    if (m_eventLogger)
+        m_eventLogger(type, value, text);
+}
+
+std::string Socket::hostName() const {
+    std::lock_guard lock(m_hostMutex);
+    return m_hostName;
+}
+
+ErrorCode Socket::failWithErrno(int err) {
+    ErrorCode code = systemError(err);
+    AddLogEvent(EventType::Error, code, errnoText(err));
+    Close();
+    return code;
+}
+
+ErrorCode Socket::Open(std::string_view hostView, std::uint16_t port, unsigned int timeout, bool keepalive) {
+    Close();
+    std::string host(hostView);
+
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = resolveHost(host);
+
+    int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd == -1) {
+        ErrorCode code = systemError(errno);
+        AddLogEvent(EventType::Error, code, "");
+        return code;
+    }
+    {
+        std::unique_lock lock(m_useMutex);
+        m_descriptor.store(fd, std::memory_order_release);
+    }
+
+    if (!setNonBlocking(fd, true)) {
+        Close();
+        return ErrorCode::Success;
+    }
+
+    if (::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
+        int err = errno;
+        if (err != EINPROGRESS && err != EAGAIN) {
+            ErrorCode code = systemError(err);
+            AddLogEvent(EventType::Error, code, "");
+            Close();
+            return code;
+        }
+        int r = waitReady(fd, POLLOUT, timeout);
+        if (r < 0) {
+            ErrorCode code = systemError(errno);
+            AddLogEvent(EventType::Error, code, "");
+            Close();
+            return code;
+        }
+        if (r == 0) {
+            AddLogEvent(EventType::Error, ErrorCode::Timeout, "Timeout connecting to the port");
+            Close();
+            return ErrorCode::Timeout;
+        }
+    }
+
+    if (!setNonBlocking(fd, false)) {
+        Close();
+        return ErrorCode::Success;
+    }
+
+    if (keepalive && !setTcpKeepalive(fd))
+        AddLogEvent(EventType::Warning, 0, "Failed to set keepalive option");
+
+    AddLogEvent(EventType::Information, 0, "Connected to " + host);
+    std::lock_guard lock(m_hostMutex);
+    m_hostName = std::move(host);
+    return ErrorCode::Success;
+}
+
+void Socket::Close() {
+    int fd = m_descriptor.load(std::memory_order_acquire);
+    if (fd == -1)
+        return;
+    // Wake any reader or writer blocked on the link before waiting for them to leave.
+    ::shutdown(fd, SHUT_RDWR);
+    {
+        std::unique_lock lock(m_useMutex);
+        fd = m_descriptor.exchange(-1, std::memory_order_acq_rel);
+        if (fd == -1)
+            return; // another thread closed it meanwhile
+        ::close(fd);
+    }
+    std::string host;
+    {
+        std::lock_guard lock(m_hostMutex);
+        host.swap(m_hostName);
+    }
+    if (!host.empty())
+        AddLogEvent(EventType::Information, 0, "Disconnected from " + host);
+}
+
+void Socket::SetNoDelay(bool on) {
+    std::shared_lock lock(m_useMutex);
+    int value = on ? 1 : 0;
+    if (::setsockopt(m_descriptor.load(), IPPROTO_TCP, TCP_NODELAY, &value, sizeof value) != 0)
+        AddLogEvent(EventType::Warning, 0, "Failed to set no-delay option");
+}
+
+void Socket::SetSendBufferSize(int size) {
+    std::shared_lock lock(m_useMutex);
+    if (::setsockopt(m_descriptor.load(), SOL_SOCKET, SO_SNDBUF, &size, sizeof size) != 0)
+        AddLogEvent(EventType::Warning, 0, "Failed to set send buffer size");
+}
+
+ErrorCode Socket::Write(const char* data, unsigned int length, int flags) {
+    ssize_t sent;
+    int err = 0;
+    {
+        std::shared_lock lock(m_useMutex);
+        int fd = m_descriptor.load(std::memory_order_acquire);
+        if (fd == -1) {
+            sent = -1;
+            err = EBADF;
+        } else {
+            // A peer that has gone must give an error here, never a SIGPIPE in the host.
+            do {
+                sent = ::send(fd, data, length, flags | MSG_NOSIGNAL);
+            } while (sent < 0 && errno == EINTR);
+            err = errno;
+        }
+    }
+    if (sent == -1) {
+        ErrorCode code = systemError(err);
+        AddLogEvent(EventType::Error, code, errnoText(err));
+        Close();
+        return code;
+    }
+    if (std::size_t(sent) != length) {
+        Close();
+        return ErrorCode::SocketWrite;
+    }
+    return ErrorCode::Success;
+}
+
+ErrorCode Socket::Read(char* buffer, unsigned int size, unsigned int& got, unsigned int timeout, int flags) {
+    got = 0;
+    if (size == 0)
+        return ErrorCode::Success; // recv would report 0 bytes as a closed link
+    enum { Ready, Idle, Failed } outcome;
+    ssize_t count = 0;
+    int err = 0;
+    {
+        std::shared_lock lock(m_useMutex);
+        int fd = m_descriptor.load(std::memory_order_acquire);
+        if (fd == -1) {
+            outcome = Failed;
+            err = EBADF;
+        } else {
+            int r = waitReady(fd, POLLIN, timeout);
+            if (r < 0) {
+                outcome = Failed;
+                err = errno;
+            } else if (r == 0) {
+                outcome = Idle;
+            } else {
+                outcome = Ready;
+                do {
+                    count = ::recv(fd, buffer, size, flags);
+                } while (count < 0 && errno == EINTR);
+                err = errno;
+            }
+        }
+    }
+    switch (outcome) {
+    case Failed:
+        return failWithErrno(err);
+    case Idle:
+        return timeout != 0 ? ErrorCode::Timeout : ErrorCode::Success;
+    case Ready:
+        break;
+    }
+    if (count == -1)
+        return failWithErrno(err);
+    if (count == 0) {
+        Close(); // the peer closed the link
+        return ErrorCode::Success;
+    }
+    if (count < 1) {
+        AddLogEvent(EventType::Error, ErrorCode::SocketRead, "Unexpected received byte count");
+        Close();
+        return ErrorCode::SocketRead;
+    }
+    got = unsigned(count);
+    return ErrorCode::Success;
+}
+
+} // namespace Vaxo::Ubrix::Shared
