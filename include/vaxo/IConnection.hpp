@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include <vaxo/Records.hpp>
 #include <vaxo/Types.hpp>
 
 namespace Vaxo::Ubrix::Shared {
@@ -148,11 +149,10 @@ public:
     virtual ErrorCode CloseConnection() = 0;
     virtual ErrorCode Ex(int option) = 0;
 
-    // Variables.
-    virtual ErrorCode GetVrValue(unsigned int index, double& value) = 0;
-    virtual ErrorCode SetVrValue(unsigned int index, double value) = 0;
-    virtual ErrorCode GetTableValue(unsigned int index, double& value) = 0;
-    virtual ErrorCode SetTableValue(unsigned int index, double value) = 0;
+    // One operation per controller command, family by family.
+#define VAXO_OP(name, params) virtual ErrorCode name params = 0;
+#include <vaxo/ops/All.def>
+#undef VAXO_OP
 
     // Lifetime and diagnostics.
     virtual void DeleteMe() = 0;

@@ -108,4 +108,14 @@ VAXO_API ErrorCode vaxo_SetTableValue(VaxoHandle h, uint32_t index, double value
 }
 #endif
 
+/* The command families. */
+#include <vaxo/vaxo_parameters.h>
+#include <vaxo/vaxo_motion.h>
+#include <vaxo/vaxo_programs.h>
+#include <vaxo/vaxo_io.h>
+#include <vaxo/vaxo_ethercat.h>
+#include <vaxo/vaxo_misc.h>
+#include <vaxo/vaxo_paramblocks.h>
+#include <vaxo/vaxo_files.h>
+
 #endif /* VAXO_VAXO_H */

@@ -184,19 +184,6 @@ ErrorCode Connection_TCP::Ex(int option) {
     return execute<CmdEx>([&](CmdEx& c) { return c.send(unsigned(option)); });
 }
 
-ErrorCode Connection_TCP::GetVrValue(unsigned int index, double& value) {
-    return execute<CmdGetVR>([&](CmdGetVR& c) { return c.send(index); }, &value);
-}
-ErrorCode Connection_TCP::SetVrValue(unsigned int index, double value) {
-    return execute<CmdSetVR>([&](CmdSetVR& c) { return c.send(index, value); });
-}
-ErrorCode Connection_TCP::GetTableValue(unsigned int index, double& value) {
-    return execute<CmdGetTABLE>([&](CmdGetTABLE& c) { return c.send(index); }, &value);
-}
-ErrorCode Connection_TCP::SetTableValue(unsigned int index, double value) {
-    return execute<CmdSetTABLE>([&](CmdSetTABLE& c) { return c.send(index, value); });
-}
-
 ErrorCode Connection_TCP::GetSystemParameter(KnownTokens parameter, double& value) {
     return execute<CmdGetSysVar>([&](CmdGetSysVar& c) {
         unsigned short code;

@@ -45,11 +45,10 @@ public:
     ErrorCode SetTcpConnectTimeout(unsigned int ms) override;
     ErrorCode GetTcpConnectTimeout(unsigned int& ms) override;
 
-    // ---- variables ----
-    ErrorCode GetVrValue(unsigned int index, double& value) override;
-    ErrorCode SetVrValue(unsigned int index, double value) override;
-    ErrorCode GetTableValue(unsigned int index, double& value) override;
-    ErrorCode SetTableValue(unsigned int index, double value) override;
+    // ---- one operation per controller command (tcp/connection/*Ops.cpp) ----
+#define VAXO_OP(name, params) ErrorCode name params override;
+#include <vaxo/ops/All.def>
+#undef VAXO_OP
 
     // ---- parameters: by token, with the kind's modifier (none for system parameters) ----
     ErrorCode GetSystemParameter(KnownTokens parameter, double& value);

@@ -1,0 +1,15 @@
+/* File transfer and projects: flat functions. Included by <vaxo/vaxo.h>. */
+#ifndef VAXO_VAXO_FILES_H
+#define VAXO_VAXO_FILES_H
+
+#include <vaxo/vaxo.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* VAXO_VAXO_FILES_H */
