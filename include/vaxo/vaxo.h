@@ -38,6 +38,56 @@ typedef void (*VaxoEventCb)(void* user, uint32_t type, uint64_t value, const cha
 /** Text result callback: called once with the text, valid only during the call. */
 typedef void (*VaxoTextCb)(void* user, const char* text, uint32_t length);
 
+/** One piece of a streamed text reply (sequence from 0, bytes in this piece; 0 ends the text). */
+typedef struct VaxoDataStreamPacket {
+    uint32_t sequence;
+    uint32_t length;
+    uint64_t total;
+    uint32_t flags;
+    uint32_t reserved;
+} VaxoDataStreamPacket;
+/** Streamed text callback: (user, packet, bytes of this packet). */
+typedef void (*VaxoPacketCb)(void* user, const VaxoDataStreamPacket* packet, const char* data);
+
+/** One entry of the controller's directory; the name comes beside it. */
+typedef struct VaxoFileInfo {
+    int32_t type;
+    uint32_t size;
+    uint32_t crc;
+    int32_t lines;
+    uint32_t flags;
+} VaxoFileInfo;
+typedef void (*VaxoFileInfoCb)(void* user, const VaxoFileInfo* info, const char* name);
+
+/** One process of the controller; the program name comes beside it. load is NaN when not reported. */
+typedef struct VaxoProcessInfo {
+    int32_t process;
+    int32_t state;
+    int32_t priority;
+    int32_t line;
+    uint64_t ticks;
+    uint64_t cycles;
+    double load;
+    uint32_t flags;
+    uint32_t reserved;
+} VaxoProcessInfo;
+typedef void (*VaxoProcessInfoCb)(void* user, const VaxoProcessInfo* info, const char* name);
+
+/** File transfer progress: bytes done, bytes in total, state 0 at the start, 2 at the end. */
+typedef struct VaxoProgressInfo {
+    uint64_t done;
+    uint64_t total;
+    uint32_t state;
+    uint32_t reserved;
+} VaxoProgressInfo;
+typedef void (*VaxoProgressCb)(void* user, const VaxoProgressInfo* info);
+
+/** A run of I/O channels for parameter blocks. */
+typedef struct Range {
+    uint32_t first;
+    uint32_t count;
+} Range;
+
 /* ---- Errors ---------------------------------------------------------------- */
 
 /** Calls cb once with the description of code; does nothing when cb is null. */
