@@ -12,6 +12,7 @@ void ReaderPump::start() {
     if (m_pumpThread.joinable())
         m_pumpThread.join(); // a worker that left after a fatal error
     m_stopRequested.store(false, std::memory_order_release);
+    m_abandon.store(false, std::memory_order_release);
     {
         std::lock_guard lock(m_idleMutex);
         m_queueIdle.store(false, std::memory_order_release);
@@ -66,7 +67,7 @@ void ReaderPump::worker() {
         }
         if (ICommand* cmd = m_commandQueue.Pop(kIdleTimeoutMs)) {
             cmd->readReply();
-            cmd->setReady(ErrorCode::Success);
+            cmd->setReady(m_abandon.load(std::memory_order_acquire) ? ErrorCode::Disconnected : ErrorCode::Success);
         }
         std::lock_guard lock(m_idleMutex);
         const bool idle = m_commandQueue.IsEmpty();

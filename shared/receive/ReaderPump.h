@@ -25,6 +25,12 @@ public:
 
     void start();
     void stop();
+    // Raised by a host closing the link before it closes the port: the command whose reply is
+    // being read when the port goes away finishes with Disconnected, like the queued ones.
+    void requestStop() {
+        m_abandon.store(true, std::memory_order_release);
+        m_stopRequested.store(true, std::memory_order_release);
+    }
     bool isRunning() const { return m_running.load(std::memory_order_acquire); }
     bool isInPumpThread() const { return m_pumpThreadId.load(std::memory_order_acquire) == std::this_thread::get_id(); }
     void waitQueueEmpty();
@@ -72,6 +78,7 @@ private:
     std::thread m_pumpThread;
     std::atomic<std::thread::id> m_pumpThreadId{};
     std::atomic<bool> m_stopRequested{false};
+    std::atomic<bool> m_abandon{false};
     std::atomic<bool> m_queueIdle{true};
     std::atomic<bool> m_running{false};
     std::atomic<std::uint32_t> m_currentCommandId{0xFFFFFFFFu};

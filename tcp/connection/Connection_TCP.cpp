@@ -20,6 +20,7 @@ Connection_TCP::~Connection_TCP() {
         CloseConnection();
     } catch (...) {
     }
+    m_paramBlocks.clear();
 }
 
 bool Connection_TCP::IsConnected() const {
@@ -98,6 +99,8 @@ ErrorCode Connection_TCP::CloseConnection() {
     m_firmwareVersion.store(0.0);
     m_firmwareWhole = m_firmwareFraction = 0.0;
     const std::string host = m_port.hostName();
+    if (m_pump.isRunning())
+        m_pump.requestStop();
     const ErrorCode result = m_port.Close();
     m_pump.stop();
     if (wasConnected) {

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "shared/factory/ConnectionBase.h"
+#include "shared/prmblk/ParamBlocks.h"
 #include "shared/protocol/KnownTokens.h"
 #include "shared/protocol/Token.h"
 #include "shared/protocol/TokenSend.h"
@@ -19,6 +20,17 @@ namespace Vaxo::Ubrix::TCP {
 
 using Shared::ErrorCode;
 using Shared::KnownTokens;
+// The records and callables of the operation lists, as the lists name them.
+using Shared::DataStreamFn;
+using Shared::DataStreamPacket;
+using Shared::FileInfo;
+using Shared::FileInfoFn;
+using Shared::ProcessInfo;
+using Shared::ProcessInfoFn;
+using Shared::ProgressFn;
+using Shared::ProgressInfo;
+using Shared::Range;
+using Shared::TextFn;
 
 class Connection_TCP final : public Shared::ConnectionBase {
 public:
@@ -134,6 +146,7 @@ public:
     void waitCommandQueueEmpty() { m_pump.waitQueueEmpty(); }
     Shared::ReaderPump& readerPump() { return m_pump; }
     Shared::Port_TCP& port() { return m_port; }
+    Shared::ParamBlockManager& prmblk() { return m_paramBlocks; }
 
     // The caller's side of every command: open and thread checks, build the command on this
     // stack, send and queue it as one step, wait for the reader thread to finish it.
@@ -170,6 +183,7 @@ private:
     std::atomic<unsigned int> m_connectTimeout{5000};
     std::atomic<unsigned int> m_commandTimeout{60000};
     std::atomic<bool> m_connected{false};
+    Shared::ParamBlockManager m_paramBlocks; // parameter blocks defined on this connection
 };
 
 } // namespace Vaxo::Ubrix::TCP
