@@ -65,7 +65,7 @@ std::uint16_t Args::bracketed(std::vector<double>& values) {
 // ---------------------------------------------------------------- Controller
 
 Controller::Controller(Config cfg)
-    : cfg_(cfg), table_(cfg.seed, cfg.systemVariable16, cfg.bracketedHeader), defaults_(TokenTable::defaults()) {
+    : cfg_(cfg), table_(cfg.seed, cfg.systemVariable16, cfg.bracketedHeader, cfg.portModifier), defaults_(TokenTable::defaults()) {
 #define VAXO_SIM_FAMILY(name) register##name##Handlers(dispatch_);
 #include "sim/Families.def"
 #undef VAXO_SIM_FAMILY

@@ -40,6 +40,7 @@ struct Config {
     bool recordRequests = true;        // keep every decoded request for requests()
     std::size_t maxRecorded = 1u << 20;  // older records are dropped beyond this
     bool bracketedHeader = false;      // the table starts with a "[TOKENS]" line, which readers skip
+    bool portModifier = true;          // the table carries the PORT modifier
 };
 
 // Where a connection stands in the open sequence; it decides escaping and number format.

@@ -57,7 +57,7 @@ TokenTable TokenTable::defaults() {
     return t;
 }
 
-TokenTable::TokenTable(std::uint32_t seed, bool systemVariable16, bool bracketedHeader) {
+TokenTable::TokenTable(std::uint32_t seed, bool systemVariable16, bool bracketedHeader, bool portModifier) {
     std::mt19937 rng(seed);
     std::vector<NameKind> tokens, vars;
     auto known = [&](std::string_view n) {
@@ -65,6 +65,7 @@ TokenTable::TokenTable(std::uint32_t seed, bool systemVariable16, bool bracketed
     };
     for (const auto& k : kKnown) {
         if (k.name == "SYSTEMVARIABLE16" && !systemVariable16) continue;
+        if (k.name == "PORT" && !portModifier) continue;
         (k.kind == 'V' ? vars : tokens).push_back(k);
     }
     for (const auto& k : kExtras)

@@ -30,8 +30,9 @@ public:
     // The codes every controller understands before its table has been read: TOKENTABLE 0,
     // ZERO 200, EXTENDED_TOKEN 255, UNKNOWN 57.
     static TokenTable defaults();
-    // A table for one run: codes shuffled by seed; SYSTEMVARIABLE16 only when systemVariable16.
-    TokenTable(std::uint32_t seed, bool systemVariable16, bool bracketedHeader = false);
+    // A table for one run: codes shuffled by seed; SYSTEMVARIABLE16 only when systemVariable16,
+    // the PORT modifier only when portModifier.
+    TokenTable(std::uint32_t seed, bool systemVariable16, bool bracketedHeader = false, bool portModifier = true);
 
     const SymbolCodes& symbols() const noexcept { return sym_; }
     const std::vector<TokenEntry>& entries() const noexcept { return entries_; }

@@ -132,6 +132,25 @@ VAXO_API ErrorCode vaxo_GetVrValue(VaxoHandle h, uint32_t index, double* value);
 VAXO_API ErrorCode vaxo_SetVrValue(VaxoHandle h, uint32_t index, double value);
 VAXO_API ErrorCode vaxo_GetTableValue(VaxoHandle h, uint32_t index, double* value);
 VAXO_API ErrorCode vaxo_SetTableValue(VaxoHandle h, uint32_t index, double value);
+/** count values from start; values holds count doubles. Writes go out as one block transfer on
+ *  controllers whose firmware has it, else (TABLE only) as several TABLE requests; VR writes
+ *  need the block transfer and give NotSupported without it. */
+VAXO_API ErrorCode vaxo_GetMultiVrValues(VaxoHandle h, uint32_t start, uint32_t count, double* values);
+VAXO_API ErrorCode vaxo_SetMultiVrValues(VaxoHandle h, uint32_t start, uint32_t count, double* values);
+VAXO_API ErrorCode vaxo_GetMultiTableValues(VaxoHandle h, uint32_t start, uint32_t count, double* values);
+VAXO_API ErrorCode vaxo_SetMultiTableValues(VaxoHandle h, uint32_t start, uint32_t count, double* values);
+/** VR strings: one byte per VR from index on, ended by a 0. The 4a form fills a buffer whose
+ *  in/out size returns the size needed (text + 1), BufferTooSmall when short; 4b streams
+ *  packets (the last one of length 0); 4c calls cb once with the whole text. */
+VAXO_API ErrorCode vaxo_SetVrString(VaxoHandle h, uint32_t index, const char* text);
+VAXO_API ErrorCode vaxo_GetVrStringLen(VaxoHandle h, uint32_t index, uint32_t* length);
+VAXO_API ErrorCode vaxo_GetVrString4a(VaxoHandle h, uint32_t index, char* buffer, uint32_t* size);
+VAXO_API ErrorCode vaxo_GetVrString4b(VaxoHandle h, uint32_t index, VaxoPacketCb cb, void* user);
+VAXO_API ErrorCode vaxo_GetVrString4c(VaxoHandle h, uint32_t index, VaxoTextCb cb, void* user);
+/** Bit `bit` of VR(index) taken as an integer. */
+VAXO_API ErrorCode vaxo_GetVrBit(VaxoHandle h, uint32_t bit, uint32_t index, bool* value);
+VAXO_API ErrorCode vaxo_SetVrBit(VaxoHandle h, uint32_t bit, uint32_t index);
+VAXO_API ErrorCode vaxo_ClearVrBit(VaxoHandle h, uint32_t bit, uint32_t index);
 
 /* ---- Named parameters: one getter per readable parameter, one setter per writable one ----
  * vaxo_GetAxisParameter_<NAME>(h, axis, double*)    vaxo_SetAxisParameter_<NAME>(h, axis, double)

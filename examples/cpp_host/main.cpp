@@ -1,0 +1,79 @@
+// A C++ host: the flat interface wrapped in a small RAII class that turns ErrorCodes into
+// exceptions, then a short session: values, a named parameter, a move watched until idle.
+// Usage: cpp_host [host [port]]
+#include <chrono>
+#include <cstdint>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <vaxo/vaxo.h>
+
+class Controller {
+public:
+    Controller(const std::string& host, std::uint16_t port) {
+        const VersionInfo version{1, 2, 1, 1196};
+        check(vaxo_CreateContext(&version, nullptr, nullptr, &m_h), "CreateContext");
+        vaxo_SetTcpHostName(m_h, host.c_str());
+        vaxo_SetTcpPort(m_h, port);
+        vaxo_SetTcpConnectTimeout(m_h, 3000);
+        check(vaxo_OpenConnection(m_h), "OpenConnection");
+    }
+    ~Controller() { vaxo_DestroyContext(m_h); }
+    Controller(const Controller&) = delete;
+    Controller& operator=(const Controller&) = delete;
+
+    VaxoHandle handle() const { return m_h; }
+
+    static void check(ErrorCode e, const char* what) {
+        if (e == 0)
+            return;
+        std::string text;
+        vaxo_GetErrorString(e, [](void* u, const char* t, std::uint32_t n) { static_cast<std::string*>(u)->assign(t, n); },
+                            &text);
+        throw std::runtime_error(std::string(what) + " failed: " + text);
+    }
+
+    std::vector<double> vrs(std::uint32_t start, std::uint32_t count) {
+        std::vector<double> v(count);
+        check(vaxo_GetMultiVrValues(m_h, start, count, v.data()), "GetMultiVrValues");
+        return v;
+    }
+
+private:
+    VaxoHandle m_h = nullptr;
+};
+
+int main(int argc, char** argv) try {
+    const std::string host = argc > 1 ? argv[1] : "127.0.0.1";
+    const auto port = static_cast<std::uint16_t>(argc > 2 ? std::stoi(argv[2]) : 3240);
+    Controller c(host, port);
+    const VaxoHandle h = c.handle();
+
+    for (std::uint32_t i = 0; i < 4; ++i)
+        Controller::check(vaxo_SetVrValue(h, i, i * 10.0), "SetVrValue");
+    std::cout << "cpp_host: VR(0..3) =";
+    for (double v : c.vrs(0, 4))
+        std::cout << ' ' << v;
+    std::cout << '\n';
+
+    Controller::check(vaxo_SetAxisParameter_SPEED(h, 1, 1000), "SPEED");
+    Controller::check(vaxo_SetAxisParameter_ACCEL(h, 1, 10000), "ACCEL");
+    Controller::check(vaxo_SetAxisParameter_DECEL(h, 1, 10000), "DECEL");
+    Controller::check(vaxo_MoveRel(h, 25, 1), "MoveRel");
+    double idle = 0, dpos = 0;
+    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    do {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        Controller::check(vaxo_GetAxisParameter_IDLE(h, 1, &idle), "IDLE");
+    } while (idle == 0 && std::chrono::steady_clock::now() < until);
+    Controller::check(vaxo_GetAxisParameter_DPOS(h, 1, &dpos), "DPOS");
+    std::cout << "cpp_host: axis 1 " << (idle != 0 ? "idle" : "still moving") << " at " << dpos << '\n';
+    std::cout << "cpp_host: ok\n";
+    return idle != 0 ? 0 : 1;
+} catch (const std::exception& e) {
+    std::cerr << "cpp_host: " << e.what() << '\n';
+    return 1;
+}

@@ -1,0 +1,637 @@
+// Whole-file transfer over the file-transfer link (see TextFileLoader.h).
+#include "shared/fileloader/TextFileLoader.h"
+
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include <sys/stat.h>
+
+#include "shared/fileloader/Deflater.h"
+#include "shared/fileloader/Framing.h"
+#include "shared/filetype/IEquals.h"
+#include "shared/protocol/ControllerCapabilities.h"
+
+namespace Vaxo::Ubrix::Shared {
+
+namespace {
+
+constexpr std::size_t kReadSize = 256;      // bytes per read from the link
+constexpr std::size_t kControlMax = 256;    // longest control text
+constexpr unsigned int kReadSlice = 50;     // ms: the receive worker looks at the flags this often
+
+std::int64_t nowMs() {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+template <class... A>
+std::string format(const char* fmt, A... args) {
+    int n = std::snprintf(nullptr, 0, fmt, args...);
+    std::string s(n > 0 ? std::size_t(n) : 0, '\0');
+    if (n > 0)
+        std::snprintf(s.data(), s.size() + 1, fmt, args...);
+    return s;
+}
+
+struct FileCloser {
+    void operator()(std::FILE* f) const { std::fclose(f); }
+};
+using File = std::unique_ptr<std::FILE, FileCloser>;
+
+bool sendsAsIs(FileType t) {
+    return t == FileType::Temp || t == FileType::VolatileText || t == FileType::Binary;
+}
+
+} // namespace
+
+TextFileLoader::TextFileLoader(EventCallback logger) : m_logger(std::move(logger)), m_port(m_logger) {}
+
+TextFileLoader::~TextFileLoader() { CloseConnection(); }
+
+void TextFileLoader::setDefaultHost(std::string host) {
+    std::lock_guard lock(m_hostMutex);
+    m_defaultHost = std::move(host);
+}
+
+ErrorCode TextFileLoader::OpenConnection(std::string_view host, std::uint16_t port, unsigned int timeout) {
+    if (m_port.isOpened())
+        return ErrorCode::Reopen;
+    std::string h;
+    if (host.empty()) {
+        std::lock_guard lock(m_hostMutex);
+        h = m_defaultHost;
+    } else {
+        h.assign(host);
+    }
+    ErrorCode rc = m_port.Open(h, port ? port : kDefaultPort, timeout, false);
+    if (rc == ErrorCode::Success)
+        m_port.SetNoDelay(true);
+    return rc;
+}
+
+ErrorCode TextFileLoader::CloseConnection() {
+    Cancel();
+    return m_port.Close();
+}
+
+void TextFileLoader::Cancel() {
+    {
+        std::lock_guard lock(m_mutex);
+        m_state |= StateCancelled;
+    }
+    m_cv.notify_all();
+}
+
+std::uint32_t TextFileLoader::state() const {
+    std::lock_guard lock(m_mutex);
+    return m_state;
+}
+
+void TextFileLoader::log(EventType type, std::uint64_t value, const std::string& text) {
+    if (m_logger)
+        m_logger(type, value, text);
+}
+
+void TextFileLoader::progress(std::uint64_t done, std::uint64_t total, std::uint32_t state) {
+    if (m_progress) {
+        ProgressInfo info{done, total, state, 0};
+        m_progress(info);
+    }
+}
+
+void TextFileLoader::touch() { m_lastActivity.store(nowMs()); }
+
+double TextFileLoader::elapsedSeconds() const {
+    auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - m_started);
+    return double(ms.count()) / 1000.0;
+}
+
+ErrorCode TextFileLoader::TransferFile(std::uint32_t direction, std::string_view remote, std::string_view local,
+                                       FileType type, std::uint32_t mode, int level, Options options, int timeout,
+                                       ProgressFn progressFn) {
+    std::lock_guard transfer(m_transferMutex);
+    if (compareFwVer(m_firmware.load(), kFwEncryptedItems) < 0 && IsEncryptedType(type)) {
+        log(EventType::Error, std::uint64_t(ErrorCode::BadArgument),
+            "Transferring encrypted items is not supported before MV f/w v2.0335");
+        return ErrorCode::BadArgument;
+    }
+    int kind = 0;
+    std::string bare;
+    if (ErrorCode rc = GetDestination(remote, kind, bare); rc != ErrorCode::Success) {
+        log(EventType::Error, std::uint64_t(rc), "Error in remote destination");
+        return rc;
+    }
+    if (level < 0 || level > 9 || options.storage > 9 || local.empty())
+        return ErrorCode::BadArgument;
+    if (!m_port.isOpened())
+        return ErrorCode::Disconnected;
+    const bool download = direction == kDownload;
+    if (!download && level > 0 && !sendsAsIs(type)) {
+        // A compressed item of another type travels as temp, its type shown by the extension.
+        if (const char* ext = FileExt(type))
+            bare += ext;
+        type = FileType::Temp;
+    }
+
+    m_direction = download ? kDownload : kUpload;
+    m_remote.assign(remote);
+    m_bareName = std::move(bare);
+    m_local.assign(local);
+    m_kind = kind;
+    m_type = type;
+    m_mode = mode;
+    m_level = download ? 0 : level;
+    m_options = options;
+    m_timeout = timeout < 1 ? unsigned(kDefaultTimeout) : unsigned(timeout);
+    m_progress = std::move(progressFn);
+    m_total = 0;
+    m_bytes.store(0);
+    if (!download) {
+        struct stat st {};
+        if (::stat(m_local.c_str(), &st) == 0)
+            m_total = std::uint64_t(st.st_size);
+    }
+    {
+        std::lock_guard lock(m_mutex);
+        m_sendResult = ErrorCode::Success;
+        m_recvResult = ErrorCode::Success;
+        m_localCrc = 0;
+        m_remoteCrc = 0;
+        m_state = 0;
+        m_xoff = false;
+    }
+    m_started = std::chrono::steady_clock::now();
+    touch();
+    progress(0, m_total, 0);
+
+    // A download always needs the receive worker: the file comes back on it.
+    std::thread sender([this] { sendThreadFunc(); });
+    if (mode != 0 || download) {
+        std::thread receiver([this] { recvThreadFunc(); });
+        receiver.join();
+    }
+    sender.join();
+    progress(m_bytes.load(), download ? m_bytes.load() : m_total, 2);
+    m_progress = nullptr;
+
+    std::lock_guard lock(m_mutex);
+    return m_recvResult != ErrorCode::Success ? m_recvResult : m_sendResult;
+}
+
+void TextFileLoader::sendThreadFunc() {
+    ErrorCode rc = sendData();
+    {
+        std::lock_guard lock(m_mutex);
+        m_sendResult = rc;
+        m_state |= StateFinished;
+        if (rc != ErrorCode::Success)
+            m_state |= StateError;
+    }
+    m_cv.notify_all();
+}
+
+void TextFileLoader::recvThreadFunc() {
+    ErrorCode rc = recvData();
+    {
+        std::lock_guard lock(m_mutex);
+        m_recvResult = rc;
+        if (rc != ErrorCode::Success)
+            m_state |= StateError;
+        m_state |= StateFinished;
+    }
+    m_cv.notify_all();
+}
+
+ErrorCode TextFileLoader::sendData() { return m_direction == kDownload ? sendDownloadRequest() : sendUpload(); }
+
+bool TextFileLoader::waitWritable(bool& timedOut) {
+    std::unique_lock lock(m_mutex);
+    const auto limit = std::chrono::milliseconds(m_timeout);
+    while (m_xoff && m_state == 0) {
+        if (m_cv.wait_for(lock, limit) == std::cv_status::timeout && m_xoff && m_state == 0) {
+            timedOut = true;
+            return false;
+        }
+    }
+    return (m_state & (StateCancelled | StateAborted | StateError)) == 0;
+}
+
+ErrorCode TextFileLoader::writeData(const unsigned char* data, std::size_t length, bool& timedOut) {
+    // The escaped form; gathered into one write, or one write per run and per escape pair.
+    if (m_gatherWrites.load()) {
+        std::string out;
+        out.reserve(length + length / 16 + 16);
+        appendEscaped(out, data, length);
+        if (!waitWritable(timedOut))
+            return ErrorCode::Abort;
+        ErrorCode rc = m_port.Write(out.data(), unsigned(out.size()));
+        touch();
+        return rc;
+    }
+    std::size_t run = 0;
+    auto flushRun = [&](std::size_t end) -> ErrorCode {
+        if (end == run)
+            return ErrorCode::Success;
+        if (!waitWritable(timedOut))
+            return ErrorCode::Abort;
+        ErrorCode rc = m_port.Write(reinterpret_cast<const char*>(data) + run, unsigned(end - run));
+        touch();
+        return rc;
+    };
+    for (std::size_t i = 0; i < length; ++i) {
+        char letter = escapeLetter(data[i]);
+        if (!letter)
+            continue;
+        if (ErrorCode rc = flushRun(i); rc != ErrorCode::Success)
+            return rc;
+        if (!waitWritable(timedOut))
+            return ErrorCode::Abort;
+        const char pair[2] = {kESC, letter};
+        if (ErrorCode rc = m_port.Write(pair, 2); rc != ErrorCode::Success)
+            return rc;
+        touch();
+        run = i + 1;
+    }
+    return flushRun(length);
+}
+
+ErrorCode TextFileLoader::sendUpload() {
+    log(EventType::Information, 0, format("Uploading %s ...", m_local.c_str()));
+    File file(std::fopen(m_local.c_str(), "rb"));
+    if (!file) {
+        int err = errno;
+        ErrorCode rc = systemError(err);
+        log(EventType::Error, std::uint64_t(rc),
+            format("Error opening %s, error(%i): %s", m_local.c_str(), err, std::strerror(err)));
+        return rc;
+    }
+    const bool compress = m_level > 0;
+    Deflater deflater;
+    if (compress) {
+        if (int z = deflater.init(m_level); z != Z_OK) {
+            log(EventType::Error, std::uint64_t(ErrorCode::Compression),
+                format("Data compressor initialization error: %d", z));
+            return ErrorCode::Compression;
+        }
+    }
+
+    std::uint8_t flags = 0;
+    if (m_options.autorun)
+        flags |= kFlagAutorun;
+    if (compress && m_options.compressedFlag)
+        flags |= kFlagCompressed;
+    const std::string header = makeHeader(m_kind, m_bareName, flags, m_options.storage);
+    bool timedOut = false;
+    bool failedOther = false;
+    bool stopped = !waitWritable(timedOut);
+    if (!stopped) {
+        if (m_port.Write(header.data(), unsigned(header.size())) != ErrorCode::Success) {
+            log(EventType::Error, std::uint64_t(ErrorCode::Fail), "Port write error");
+            return outcome(false, true);
+        }
+        touch();
+    }
+
+    CrcCalculator crc;
+    crc.select("CRC-16");
+    const std::size_t chunk = m_mode == 3 ? 1024 : 32768;
+    std::vector<unsigned char> in(chunk);
+    std::vector<unsigned char> packed;
+    std::uint64_t done = 0;
+    while (!stopped) {
+        std::size_t n = std::fread(in.data(), 1, chunk, file.get());
+        if (n < chunk && std::ferror(file.get())) {
+            int err = errno;
+            log(EventType::Error, std::uint64_t(systemError(err)),
+                format("Error reading %s, error(%i): %s", m_local.c_str(), err, std::strerror(err)));
+            failedOther = true;
+            break;
+        }
+        const bool last = n < chunk;
+        const unsigned char* data = in.data();
+        std::size_t length = n;
+        if (compress) {
+            packed.clear();
+            if (int z = deflater.compress(in.data(), n, last, packed); z != Z_OK) {
+                log(EventType::Error, std::uint64_t(ErrorCode::Compression), format("Compression error: %d", z));
+                return ErrorCode::Compression;
+            }
+            data = packed.data();
+            length = packed.size();
+        }
+        if (length) {
+            crc.add(data, length);
+            ErrorCode rc = writeData(data, length, timedOut);
+            if (rc == ErrorCode::Abort)
+                break; // a flag or a flow-control timeout stopped the sender
+            if (rc != ErrorCode::Success) {
+                log(EventType::Error, std::uint64_t(rc), "Port write error");
+                failedOther = true;
+                break;
+            }
+        }
+        done += n;
+        m_bytes.store(done);
+        progress(done, m_total, 1);
+        if (last)
+            break;
+    }
+
+    // The end of the data, also after a stop: the controller must leave data mode.
+    if (!failedOther) {
+        const char etx = kETX;
+        if (m_port.Write(&etx, 1) != ErrorCode::Success) {
+            log(EventType::Error, std::uint64_t(ErrorCode::Fail), "Port write error");
+            failedOther = true;
+        }
+        touch();
+    }
+
+    if (m_mode != 0 && !failedOther && !timedOut) {
+        std::unique_lock lock(m_mutex);
+        m_localCrc = crc.value();
+        const auto stop = StateCrcReceived | StateAborted | StateCancelled | StateError;
+        if (!m_cv.wait_for(lock, std::chrono::milliseconds(m_timeout), [&] { return (m_state & stop) != 0; })) {
+            lock.unlock();
+            log(EventType::Error, std::uint64_t(ErrorCode::Timeout), "Timeout waiting for CRC.");
+            return ErrorCode::Timeout;
+        }
+    } else {
+        std::lock_guard lock(m_mutex);
+        m_localCrc = crc.value();
+    }
+    return outcome(timedOut, failedOther);
+}
+
+ErrorCode TextFileLoader::sendDownloadRequest() {
+    const std::uint8_t flags = kFlagDownload | (m_options.autorun ? kFlagAutorun : 0);
+    const std::string header = makeHeader(m_kind, m_bareName, flags, m_options.storage);
+    bool timedOut = false;
+    if (waitWritable(timedOut)) {
+        if (m_port.Write(header.data(), unsigned(header.size())) != ErrorCode::Success) {
+            log(EventType::Error, std::uint64_t(ErrorCode::Fail), "Port write error");
+            return outcome(false, true);
+        }
+        touch();
+    }
+    {
+        // The receive worker bounds this wait with its own idle timeout.
+        std::unique_lock lock(m_mutex);
+        const auto stop = StateCrcReceived | StateAborted | StateCancelled | StateError | StateFinished;
+        m_cv.wait(lock, [&] { return (m_state & stop) != 0; });
+    }
+    return outcome(timedOut, false);
+}
+
+ErrorCode TextFileLoader::outcome(bool timedOut, bool failedOther) {
+    std::uint32_t state;
+    std::uint64_t local, remote;
+    {
+        std::lock_guard lock(m_mutex);
+        state = m_state;
+        local = m_localCrc;
+        remote = m_remoteCrc;
+    }
+    const bool handshake = m_mode != 0 || m_direction == kDownload;
+    if (state & StateCancelled) {
+        log(EventType::Error, std::uint64_t(ErrorCode::Fail), "File transfer cancelled.");
+        return ErrorCode::Fail;
+    }
+    if (state & StateAborted) {
+        log(EventType::Error, std::uint64_t(ErrorCode::Fail), "File transfer aborted by the Movicor.");
+        return ErrorCode::Fail;
+    }
+    if (timedOut) {
+        log(EventType::Error, std::uint64_t(ErrorCode::Timeout), "Operation timed out.");
+        return ErrorCode::Timeout;
+    }
+    if (handshake && (state & StateCrcReceived) && local != remote) {
+        log(EventType::Error, std::uint64_t(ErrorCode::Fail),
+            format("File transfer failed. CRC wrong (Local=$%lx, Controller=$%lx)", (unsigned long)local,
+                   (unsigned long)remote));
+        return ErrorCode::Fail;
+    }
+    if (failedOther || (state & StateError) || (handshake && !(state & StateCrcReceived))) {
+        log(EventType::Error, std::uint64_t(ErrorCode::Fail), "Error in file transfer.");
+        return ErrorCode::Fail;
+    }
+    if (m_direction != kDownload)
+        log(EventType::Information, 0,
+            format("Uploaded %s, (%lu bytes), Duration %lf sec", m_local.c_str(), (unsigned long)m_bytes.load(),
+                   elapsedSeconds()));
+    return ErrorCode::Success;
+}
+
+ErrorCode TextFileLoader::handleControl(const std::string& text, int& receiveState) {
+    log(EventType::Information, 0, format("Received: %s", text.c_str()));
+    receiveState = 0;
+    const char* t = text.c_str();
+    if (iequals("CRC=", t)) {
+        const char* first = t + 4;
+        const char* last = t + text.size();
+        unsigned long value = 0;
+        auto [end, ec] = std::from_chars(first, last, value, 16);
+        if (ec != std::errc() || end == first)
+            return ErrorCode::BadResponse;
+        {
+            std::lock_guard lock(m_mutex);
+            m_remoteCrc = value;
+            m_state |= StateCrcReceived;
+        }
+        m_cv.notify_all();
+    } else if (iequals("FILE", t)) {
+        receiveState = 3;
+    } else if (iequals(t, "ABORT")) {
+        // The received text need only be a prefix of the keyword, in any case ("ab" aborts).
+        {
+            std::lock_guard lock(m_mutex);
+            m_state |= StateAborted;
+        }
+        m_cv.notify_all();
+    } else if (iequals(t, "XON")) {
+        {
+            std::lock_guard lock(m_mutex);
+            m_xoff = false;
+        }
+        m_cv.notify_all();
+    } else if (iequals(t, "XOFF")) {
+        std::lock_guard lock(m_mutex);
+        m_xoff = true;
+    }
+    return ErrorCode::Success;
+}
+
+ErrorCode TextFileLoader::recvData() {
+    const bool download = m_direction == kDownload;
+    File file;
+    CrcCalculator crc;
+    if (download) {
+        log(EventType::Information, 0, format("Downloading %s ...", m_remote.c_str()));
+        file.reset(std::fopen(m_local.c_str(), "wb"));
+        if (!file) {
+            int err = errno;
+            ErrorCode rc = systemError(err);
+            log(EventType::Error, std::uint64_t(rc),
+                format("Error opening %s, error(%i): %s", m_local.c_str(), err, std::strerror(err)));
+            return rc;
+        }
+        crc.select("CRC-16");
+    }
+
+    ErrorCode result = ErrorCode::Success;
+    int rs = 0;
+    std::string control;
+    std::vector<unsigned char> data;
+    char buffer[kReadSize];
+    std::uint64_t received = 0;
+    const std::uint32_t stop = StateCancelled | StateAborted | StateCrcReceived | StateError;
+    for (;;) {
+        {
+            std::lock_guard lock(m_mutex);
+            if (m_state & stop)
+                break;
+        }
+        unsigned int got = 0;
+        ErrorCode rc = m_port.Read(buffer, kReadSize, got, kReadSlice);
+        if (rc == ErrorCode::Timeout || (rc == ErrorCode::Success && got == 0 && m_port.isOpened())) {
+            if (nowMs() - m_lastActivity.load() >= std::int64_t(m_timeout)) {
+                log(EventType::Error, std::uint64_t(ErrorCode::Timeout), "Data receive timeout");
+                result = ErrorCode::Timeout;
+                break;
+            }
+            continue;
+        }
+        if (rc != ErrorCode::Success || got == 0) {
+            result = rc != ErrorCode::Success ? rc : ErrorCode::Fail;
+            break;
+        }
+        touch();
+        data.clear();
+        for (unsigned int i = 0; i < got && result == ErrorCode::Success; ++i) {
+            const char c = buffer[i];
+            switch (rs) {
+            case 3:
+                if (c == kESC)
+                    rs = 4;
+                else if (c == kSTX) {
+                    control.clear();
+                    rs = 2;
+                } else
+                    data.push_back(static_cast<unsigned char>(c));
+                break;
+            case 4: {
+                int v = unescapeLetter(c);
+                if (v < 0)
+                    result = ErrorCode::BadResponse;
+                else
+                    data.push_back(static_cast<unsigned char>(v));
+                rs = 3;
+                break;
+            }
+            default:
+                if (c == kSTX) {
+                    if (rs == 1) {
+                        control.clear();
+                        rs = 2;
+                    } else {
+                        rs = 1;
+                    }
+                } else if (rs == 2) {
+                    if (c == kETX) {
+                        if (download && iequals("CRC=", control.c_str())) {
+                            std::lock_guard lock(m_mutex);
+                            m_localCrc = crc.value();
+                        }
+                        result = handleControl(control, rs);
+                    } else if (control.size() >= kControlMax) {
+                        result = ErrorCode::BufferTooSmall;
+                    } else {
+                        control.push_back(c);
+                    }
+                } else {
+                    rs = 0;
+                }
+                break;
+            }
+            // Data before a control text is complete before the text is interpreted.
+            if (rs != 3 && rs != 4 && !data.empty() && download) {
+                crc.add(data.data(), data.size());
+                if (std::fwrite(data.data(), 1, data.size(), file.get()) != data.size())
+                    result = systemError(errno);
+                received += data.size();
+                data.clear();
+            }
+        }
+        if (!data.empty() && download && result == ErrorCode::Success) {
+            crc.add(data.data(), data.size());
+            if (std::fwrite(data.data(), 1, data.size(), file.get()) != data.size())
+                result = systemError(errno);
+            received += data.size();
+        }
+        if (download) {
+            m_bytes.store(received);
+            progress(received, 0, 1);
+        }
+        if (result != ErrorCode::Success)
+            break;
+    }
+
+    if (download) {
+        file.reset();
+        std::uint32_t state;
+        {
+            std::lock_guard lock(m_mutex);
+            state = m_state;
+        }
+        if (result == ErrorCode::Success && (state & StateCrcReceived) && !(state & (StateAborted | StateCancelled)))
+            log(EventType::Information, 0,
+                format("Downloaded %s, (%lu bytes), Duration %lf sec", m_remote.c_str(), (unsigned long)received,
+                       elapsedSeconds()));
+    }
+    if (result == ErrorCode::Success) {
+        std::lock_guard lock(m_mutex);
+        if (m_state & StateAborted)
+            result = ErrorCode::Fail;
+    }
+    return result;
+}
+
+ErrorCode TextFileLoader::GetLocalFileCRC(std::string_view path, bool compressed, std::uint64_t& crc, int level) {
+    if (path.empty() || (compressed && (level < 1 || level > 9)))
+        return ErrorCode::BadArgument;
+    File file(std::fopen(std::string(path).c_str(), "rb"));
+    if (!file)
+        return systemError(errno);
+    Deflater deflater;
+    if (compressed && deflater.init(level) != Z_OK)
+        return ErrorCode::Compression;
+    CrcCalculator calc;
+    calc.select("CRC-16");
+    constexpr std::size_t chunk = 32768;
+    std::vector<unsigned char> in(chunk);
+    std::vector<unsigned char> packed;
+    for (;;) {
+        std::size_t n = std::fread(in.data(), 1, chunk, file.get());
+        if (n < chunk && std::ferror(file.get()))
+            return systemError(errno);
+        const bool last = n < chunk;
+        if (compressed) {
+            packed.clear();
+            if (deflater.compress(in.data(), n, last, packed) != Z_OK)
+                return ErrorCode::Compression;
+            calc.add(packed.data(), packed.size());
+        } else {
+            calc.add(in.data(), n);
+        }
+        if (last)
+            break;
+    }
+    crc = calc.value();
+    return ErrorCode::Success;
+}
+
+} // namespace Vaxo::Ubrix::Shared

@@ -1,0 +1,464 @@
+// The simulated controller's file-transfer server (see FileTransfer.h).
+#include "sim/FileTransfer.h"
+
+#include "sim/ProgramStore.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cctype>
+#include <cstdio>
+
+#include <zlib.h>
+
+namespace Vaxo::Sim {
+
+namespace {
+
+constexpr char SOH = 0x01, STX = 0x02, ETX = 0x03, ESC = '\\', SEP = 0x1F;
+
+std::string control(std::string_view text, bool afterData = false) {
+    std::string s;
+    s.push_back(STX);
+    if (!afterData)
+        s.push_back(STX);
+    s.append(text);
+    s.push_back(ETX);
+    return s;
+}
+
+std::string crcText(std::uint16_t crc) {
+    char buf[32];
+    std::snprintf(buf, sizeof buf, "CRC=%lx", static_cast<unsigned long>(crc));
+    return buf;
+}
+
+bool inflateRaw(const std::vector<std::uint8_t>& in, std::vector<std::uint8_t>& out) {
+    z_stream s{};
+    if (inflateInit2(&s, -15) != Z_OK)
+        return false;
+    s.next_in = const_cast<Bytef*>(in.data());
+    s.avail_in = static_cast<uInt>(in.size());
+    int rc = Z_OK;
+    std::uint8_t buf[65536];
+    while (rc == Z_OK) {
+        s.next_out = buf;
+        s.avail_out = sizeof buf;
+        rc = inflate(&s, Z_NO_FLUSH);
+        out.insert(out.end(), buf, buf + (sizeof buf - s.avail_out));
+        if (rc == Z_BUF_ERROR && s.avail_in == 0)
+            break;
+    }
+    inflateEnd(&s);
+    return rc == Z_STREAM_END && s.avail_in == 0;
+}
+
+// Parses the bytes between SOH and STX.
+bool parseHeader(const std::string& h, TransferRecord& r) {
+    if (h.size() > 3 && h.compare(0, 3, "SD:") == 0) {
+        r.kind = 1;
+        r.name = h.substr(3);
+        return true;
+    }
+    if (h.size() < 5 || h.compare(0, 2, "00") != 0 || h[2] < '0' || h[2] > '7' || h[3] < '0' || h[3] > '9')
+        return false;
+    r.flags = std::uint8_t(h[2] - '0');
+    r.storage = std::uint8_t(h[3] - '0');
+    r.download = (r.flags & 4) != 0;
+    if (h[4] == SEP) {
+        if (h.size() < 8 || h[5] != '1' || h[6] != SEP)
+            return false;
+        r.kind = 3;
+        r.name = h.substr(7);
+    } else {
+        r.kind = 2;
+        r.name = h.substr(4);
+    }
+    return !r.name.empty();
+}
+
+std::string keyOf(const TransferRecord& r) {
+    switch (r.kind) {
+    case 1: return "SD:" + r.name;
+    case 3: return "/" + r.name;
+    default: return r.name;
+    }
+}
+
+// Program name and type number of a program-directory file name ("MAIN.bas" -> "MAIN", 0).
+std::pair<std::string, int> programOf(const std::string& file) {
+    static const std::pair<const char*, int> types[] = {
+        {".bas", 0}, {".enc", 1}, {".gco", 2}, {".txt", 3}, {".iec", 4}, {".tmp", 6}, {".bin", 8},
+        {".mvc", 9}, {".bal", 12}, {".ebl", 13}, {".vtx", 15}, {".recp", 21}, {".alrm", 22},
+    };
+    auto dot = file.rfind('.');
+    if (dot == std::string::npos)
+        return {file, 0};
+    std::string ext = file.substr(dot);
+    for (auto& c : ext)
+        c = char(std::tolower(static_cast<unsigned char>(c)));
+    for (auto& [e, t] : types)
+        if (ext == e)
+            return {file.substr(0, dot), t};
+    return {file, 0};
+}
+
+} // namespace
+
+void FileTransferServer::attach(Simulator& sim) { sim_ = &sim; }
+
+std::uint16_t simCrc16(const std::uint8_t* data, std::size_t length) {
+    std::uint16_t crc = 0;
+    for (std::size_t i = 0; i < length; ++i) {
+        crc ^= std::uint16_t(data[i] << 8);
+        for (int b = 0; b < 8; ++b)
+            crc = (crc & 0x8000) ? std::uint16_t((crc << 1) ^ 0x8005) : std::uint16_t(crc << 1);
+    }
+    return crc;
+}
+
+FileTransferServer::~FileTransferServer() { stop(); }
+
+std::uint16_t FileTransferServer::start(std::uint16_t port) {
+    if (listenFd_ >= 0)
+        return port_;
+    int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd < 0)
+        return 0;
+    int one = 1;
+    ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &one, sizeof one);
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    addr.sin_port = htons(port);
+    socklen_t len = sizeof addr;
+    if (::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0 || ::listen(fd, 16) != 0 ||
+        ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len) != 0) {
+        ::close(fd);
+        return 0;
+    }
+    port_ = ntohs(addr.sin_port);
+    listenFd_ = fd;
+    stopping_ = false;
+    acceptThread_ = std::thread([this] { acceptLoop(); });
+    return port_;
+}
+
+void FileTransferServer::stop() {
+    if (listenFd_ < 0)
+        return;
+    stopping_ = true;
+    ::shutdown(listenFd_, SHUT_RDWR);
+    if (acceptThread_.joinable())
+        acceptThread_.join();
+    ::close(listenFd_);
+    listenFd_ = -1;
+    std::list<std::unique_ptr<Conn>> conns;
+    {
+        std::lock_guard lock(connMutex_);
+        conns.swap(conns_);
+    }
+    for (auto& c : conns) {
+        ::shutdown(c->fd, SHUT_RDWR);
+        if (c->thread.joinable())
+            c->thread.join();
+        ::close(c->fd);
+    }
+}
+
+void FileTransferServer::acceptLoop() {
+    while (!stopping_) {
+        pollfd p{listenFd_, POLLIN, 0};
+        int r = ::poll(&p, 1, 50);
+        if (r <= 0)
+            continue;
+        int fd = ::accept4(listenFd_, nullptr, nullptr, SOCK_CLOEXEC);
+        if (fd < 0)
+            continue;
+        int one = 1;
+        ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
+        std::lock_guard lock(connMutex_);
+        for (auto it = conns_.begin(); it != conns_.end();) {
+            if ((*it)->done) {
+                (*it)->thread.join();
+                ::close((*it)->fd);
+                it = conns_.erase(it);
+            } else {
+                ++it;
+            }
+        }
+        auto c = std::make_unique<Conn>();
+        c->fd = fd;
+        Conn* raw = c.get();
+        conns_.push_back(std::move(c));
+        raw->thread = std::thread([this, raw] {
+            serve(*raw);
+            raw->done = true;
+        });
+    }
+}
+
+bool FileTransferServer::sendAll(int fd, const std::string& bytes) {
+    std::size_t off = 0;
+    while (off < bytes.size()) {
+        ssize_t n = ::send(fd, bytes.data() + off, bytes.size() - off, MSG_NOSIGNAL);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            return false;
+        off += std::size_t(n);
+    }
+    return true;
+}
+
+void FileTransferServer::setBehaviour(Behaviour b) {
+    std::lock_guard lock(mutex_);
+    behaviour_ = std::move(b);
+}
+
+void FileTransferServer::putFile(const std::string& key, std::vector<std::uint8_t> data) {
+    std::lock_guard lock(mutex_);
+    files_[key].data = std::move(data);
+}
+
+std::optional<std::vector<std::uint8_t>> FileTransferServer::file(const std::string& key) const {
+    std::lock_guard lock(mutex_);
+    auto it = files_.find(key);
+    if (it == files_.end())
+        return std::nullopt;
+    return it->second.data;
+}
+
+std::optional<StoredFile> FileTransferServer::stored(const std::string& key) const {
+    std::lock_guard lock(mutex_);
+    auto it = files_.find(key);
+    if (it == files_.end())
+        return std::nullopt;
+    return it->second;
+}
+
+std::vector<std::string> FileTransferServer::names() const {
+    std::lock_guard lock(mutex_);
+    std::vector<std::string> out;
+    for (auto& [k, v] : files_)
+        out.push_back(k);
+    return out;
+}
+
+std::vector<TransferRecord> FileTransferServer::transfers() const {
+    std::lock_guard lock(mutex_);
+    return records_;
+}
+
+void FileTransferServer::clearTransfers() {
+    std::lock_guard lock(mutex_);
+    records_.clear();
+}
+
+void FileTransferServer::serve(Conn& c) {
+    using Clock = std::chrono::steady_clock;
+    enum { Idle, Header, Data, DataEscape } st = Idle;
+    std::string header;
+    TransferRecord rec;
+    Behaviour b;
+    std::size_t count = 0;
+    bool abortSent = false, xoffSent = false, xonSent = false;
+    std::size_t countAtXon = 0;
+    Clock::time_point xoffAt;
+    std::vector<char> buf(65536);
+
+    auto finish = [&](TransferRecord& r) {
+        std::lock_guard lock(mutex_);
+        records_.push_back(std::move(r));
+        r = TransferRecord{};
+    };
+    // Each transfer is recorded before its answer goes out, so a client that has the answer
+    // finds the record.
+    auto download = [&](TransferRecord& r) -> std::string {
+        std::optional<std::vector<std::uint8_t>> data;
+        {
+            std::lock_guard lock(mutex_);
+            auto it = files_.find(keyOf(r));
+            if (it != files_.end())
+                data = it->second.data;
+        }
+        if (!data && sim_ && r.kind == 2) {
+            std::string program = programOf(r.name).first;
+            sim_->withState([&](Controller& ctl) {
+                if (const StoredProgram* p = programStore(ctl).find(program))
+                    data.emplace(p->text.begin(), p->text.end());
+            });
+        }
+        if (b.stall)
+            return {};
+        if (!data) {
+            r.failure = "no such file";
+            return control("ABORT");
+        }
+        std::string out = control("FILE");
+        std::size_t limit = std::min(b.abortAfter, data->size());
+        for (std::size_t i = 0; i < limit; ++i) {
+            auto v = (*data)[i];
+            switch (v) {
+            case '\\': out += "\\\\"; break;
+            case 0x01: out += "\\h"; break;
+            case 0x02: out += "\\s"; break;
+            case 0x03: out += "\\e"; break;
+            default: out.push_back(char(v));
+            }
+        }
+        if (limit < data->size()) {
+            out += control(b.abortText, true);
+            r.failure = "aborted";
+        } else {
+            std::uint16_t crc = simCrc16(data->data(), data->size());
+            r.crc = crc;
+            out += control(crcText(b.wrongCrc ? std::uint16_t(crc ^ 1) : crc), true);
+            r.ok = true;
+        }
+        return out;
+    };
+    auto endUpload = [&](TransferRecord& r) -> std::string {
+        r.crc = simCrc16(r.payload.data(), r.payload.size());
+        StoredFile f;
+        f.kind = r.kind;
+        f.storage = r.storage;
+        f.autorun = (r.flags & 2) != 0;
+        if (r.failure.empty()) {
+            if (r.flags & 1) {
+                if (!inflateRaw(r.payload, f.data))
+                    r.failure = "inflate failed";
+            } else {
+                f.data = r.payload;
+            }
+        }
+        if (r.failure.empty()) {
+            r.ok = true;
+            const std::string key = keyOf(r);
+            {
+                std::lock_guard lock(mutex_);
+                files_[key] = f;
+            }
+            if (sim_ && r.kind == 2) {
+                auto [program, type] = programOf(r.name);
+                std::string text(f.data.begin(), f.data.end());
+                sim_->withState([&](Controller& ctl) { programStore(ctl).put(program, std::move(text), type); });
+            }
+            if (onStored)
+                onStored(key, f);
+        }
+        if (xoffSent && xonSent)
+            afterXon_ = count - countAtXon;
+        if (abortSent || b.stall)
+            return {};
+        if (!r.failure.empty())
+            return control("ABORT");
+        return control(crcText(b.wrongCrc ? std::uint16_t(r.crc ^ 1) : r.crc));
+    };
+    auto finishAndAnswer = [&](TransferRecord& r, const std::string& answer) {
+        finish(r);
+        if (!answer.empty())
+            sendAll(c.fd, answer);
+    };
+
+    while (!stopping_) {
+        if (xoffSent && !xonSent) {
+            if (Clock::now() - xoffAt >= std::chrono::milliseconds(b.xoffMs)) {
+                countAtXon = count;
+                xonSent = true;
+                sendAll(c.fd, control("XON"));
+            }
+        }
+        pollfd p{c.fd, POLLIN, 0};
+        int r = ::poll(&p, 1, 5);
+        if (r < 0 && errno != EINTR)
+            break;
+        if (r <= 0)
+            continue;
+        ssize_t n = ::recv(c.fd, buf.data(), buf.size(), 0);
+        if (n <= 0)
+            break;
+        for (ssize_t i = 0; i < n; ++i) {
+            const char ch = buf[std::size_t(i)];
+            switch (st) {
+            case Idle:
+                if (ch == SOH) {
+                    header.clear();
+                    st = Header;
+                }
+                break;
+            case Header:
+                if (ch == STX) {
+                    rec = TransferRecord{};
+                    rec.header = std::string(1, SOH) + header + std::string(1, STX);
+                    {
+                        std::lock_guard lock(mutex_);
+                        b = behaviour_;
+                    }
+                    if (!parseHeader(header, rec)) {
+                        rec.kind = 0;
+                        rec.failure = "bad header";
+                        sendAll(c.fd, control("ABORT"));
+                        finish(rec);
+                        st = Idle;
+                    } else if (rec.download) {
+                        std::string answer = download(rec);
+                        finishAndAnswer(rec, answer);
+                        st = Idle;
+                    } else {
+                        count = 0;
+                        abortSent = xoffSent = xonSent = false;
+                        st = Data;
+                    }
+                } else if (header.size() > 300) {
+                    st = Idle;
+                } else {
+                    header.push_back(ch);
+                }
+                break;
+            case Data:
+            case DataEscape:
+                if (st == Data && ch == ETX) {
+                    std::string answer = endUpload(rec);
+                    finishAndAnswer(rec, answer);
+                    st = Idle;
+                    break;
+                }
+                rec.wire.push_back(std::uint8_t(ch));
+                ++count;
+                if (st == DataEscape) {
+                    int v = ch == '\\' ? '\\' : ch == 'h' ? 1 : ch == 's' ? 2 : ch == 'e' ? 3 : -1;
+                    if (v < 0 && rec.failure.empty())
+                        rec.failure = "bad escape";
+                    rec.payload.push_back(std::uint8_t(v));
+                    st = Data;
+                } else if (ch == ESC) {
+                    st = DataEscape;
+                } else {
+                    if ((ch == SOH || ch == STX) && rec.failure.empty())
+                        rec.failure = "bare control byte in data";
+                    rec.payload.push_back(std::uint8_t(ch));
+                }
+                if (!xoffSent && count >= b.xoffAfter) {
+                    xoffSent = true;
+                    xoffAt = Clock::now();
+                    sendAll(c.fd, control("XOFF"));
+                }
+                if (!abortSent && count >= b.abortAfter) {
+                    abortSent = true;
+                    rec.failure = "aborted";
+                    sendAll(c.fd, control(b.abortText));
+                }
+                break;
+            }
+        }
+    }
+}
+
+} // namespace Vaxo::Sim

@@ -1,0 +1,220 @@
+// Motion commands: moves, stops, position definitions, links between axes.
+//
+// Almost every one is a CmdMotion: the command token, its numeric arguments in brackets, and,
+// when an axis is given (axis >= 0), MODIFIER AXIS ( axis ); without it the controller applies
+// the command to the axes selected with BASE. The three request forms:
+//   send_0(axis)              token MODIFIER AXIS ( axis ) ZERO
+//   send_1(arg, axis)         token ( arg ) [MODIFIER AXIS ( axis )] ZERO
+//   send_m(count, args, axis) token [( args[0] , args[1] ... )] [MODIFIER AXIS ( axis )] ZERO
+// All are sent escaped with the size check, and answered by the standard response.
+#pragma once
+
+#include <initializer_list>
+
+#include "tcp/commands/Variables.h"
+
+namespace Vaxo::Ubrix::TCP {
+
+// Number of values left after dropping unused trailing ones: `unused` lists, from the last value
+// backwards, the value each one has when it is not used; dropping stops at the first used one.
+unsigned trimTrailing(const double* values, unsigned count, std::initializer_list<double> unused);
+
+class CmdMotion : public CmdWriteAck {
+public:
+    CmdMotion(Connection_TCP& c, KnownTokens token) : CmdWriteAck(c), m_token(token) {}
+
+    ErrorCode send_0(int axis);
+    ErrorCode send_1(double arg, int axis);
+    ErrorCode send_m(unsigned count, const double* args, int axis);
+
+    // The request bytes of send_m, for callers that only encode.
+    template <class Buffer>
+    ErrorCode encode(Buffer& b, unsigned count, const double* args, int axis);
+
+    KnownTokens commandToken() const { return m_token; }
+
+private:
+    KnownTokens m_token;
+};
+
+// The commands whose requests are one of the plain forms, one class per token.
+#define VAXO_MOTION_COMMANDS(X)                                                                                  \
+    X(CmdCancel, CANCEL)                                                                                          \
+    X(CmdDatum, DATUM)                                                                                            \
+    X(CmdDefPos, DEFPOS)                                                                                          \
+    X(CmdForward, FORWARD)                                                                                        \
+    X(CmdReverse, REVERSE)                                                                                        \
+    X(CmdMoveRel, MOVE)                                                                                           \
+    X(CmdMoveRelSp, MOVESP)                                                                                       \
+    X(CmdMoveAbs, MOVEABS)                                                                                        \
+    X(CmdMoveAbsSp, MOVEABSSP)                                                                                    \
+    X(CmdMoveModify, MOVEMODIFY)                                                                                  \
+    X(CmdAddDac, ADD_DAC)                                                                                         \
+    X(CmdAddAx, ADDAX)                                                                                            \
+    X(CmdEncoderRatio, ENCODER_RATIO)                                                                             \
+    X(CmdStepRatio, STEP_RATIO)                                                                                   \
+    X(CmdConnPath, CONNPATH)                                                                                      \
+    X(CmdCam, CAM)
+
+#define VAXO_MOTION_CLASS(cls, tok)                                                                               \
+    class cls : public CmdMotion {                                                                                \
+    public:                                                                                                       \
+        explicit cls(Connection_TCP& c) : CmdMotion(c, KnownTokens::tok) {}                                       \
+    };
+VAXO_MOTION_COMMANDS(VAXO_MOTION_CLASS)
+#undef VAXO_MOTION_CLASS
+
+// MOVECIRC ( end1 , end2 , centre1 , centre2 , direction )
+class CmdMoveCirc : public CmdMotion {
+public:
+    explicit CmdMoveCirc(Connection_TCP& c) : CmdMotion(c, KnownTokens::MOVECIRC) {}
+    ErrorCode send(int axis, double end1, double end2, double centre1, double centre2, int direction);
+};
+
+// MOVECIRCSP ( end1 , end2 , centre1 , centre2 , direction [, speed [, option]] ): option is
+// dropped when -1, and then speed when 0.
+class CmdMoveCircSp : public CmdMotion {
+public:
+    explicit CmdMoveCircSp(Connection_TCP& c) : CmdMotion(c, KnownTokens::MOVECIRCSP) {}
+    ErrorCode send(int axis, double end1, double end2, double centre1, double centre2, int direction, double speed,
+                   int option);
+};
+
+// MHELICAL ( end1 , end2 , centre1 , centre2 , direction , distance3 [, mode] ): mode dropped when -1.
+class CmdMoveHelical : public CmdMotion {
+public:
+    explicit CmdMoveHelical(Connection_TCP& c) : CmdMotion(c, KnownTokens::MHELICAL) {}
+    ErrorCode send(int axis, double end1, double end2, double centre1, double centre2, int direction,
+                   double distance3, int mode);
+};
+
+// MHELICALSP ( ... , distance3 [, mode [, speed [, option]]] ): option dropped when -1, then
+// speed when 0, then mode when -1.
+class CmdMoveHelicalSp : public CmdMotion {
+public:
+    explicit CmdMoveHelicalSp(Connection_TCP& c) : CmdMotion(c, KnownTokens::MHELICALSP) {}
+    ErrorCode send(int axis, double end1, double end2, double centre1, double centre2, int direction,
+                   double distance3, int mode, double speed, int option);
+};
+
+// MSPHERICAL ( end1 , end2 , end3 , mid1 , mid2 , mid3 , mode )
+class CmdMoveSpherical : public CmdMotion {
+public:
+    explicit CmdMoveSpherical(Connection_TCP& c) : CmdMotion(c, KnownTokens::MSPHERICAL) {}
+    ErrorCode send(int axis, double end1, double end2, double end3, double mid1, double mid2, double mid3, int mode);
+};
+
+// MSPHERICALSP ( ... , mode [, speed [, option]] ): option dropped when -1, then speed when 0.
+class CmdMoveSphericalSp : public CmdMotion {
+public:
+    explicit CmdMoveSphericalSp(Connection_TCP& c) : CmdMotion(c, KnownTokens::MSPHERICALSP) {}
+    ErrorCode send(int axis, double end1, double end2, double end3, double mid1, double mid2, double mid3, int mode,
+                   double speed, int option);
+};
+
+// MOVEABSSEQ ( tableStart , points , axes , mode , speed , endSpeed , option ): always all seven
+// values, though the shortened count is worked out as for the relative form.
+class CmdMoveAbsSeq : public CmdMotion {
+public:
+    explicit CmdMoveAbsSeq(Connection_TCP& c) : CmdMotion(c, KnownTokens::MOVEABSSEQ) {}
+    ErrorCode send(int axis, int tableStart, int points, int axes, int mode, double speed, double endSpeed,
+                   int option);
+};
+
+// The relative sequence goes out under the same token as the absolute one (the controller's
+// firmware has no separate relative token in use here); option dropped when -1, then endSpeed
+// and speed when 0.
+class CmdMoveRelSeq : public CmdMotion {
+public:
+    explicit CmdMoveRelSeq(Connection_TCP& c) : CmdMotion(c, KnownTokens::MOVEABSSEQ) {}
+    ErrorCode send(int axis, int tableStart, int points, int axes, int mode, double speed, double endSpeed,
+                   int option);
+};
+
+// MOVEPICK ( distance , tableStart [, option] ): option dropped when -1.
+class CmdMovePick : public CmdMotion {
+public:
+    explicit CmdMovePick(Connection_TCP& c) : CmdMotion(c, KnownTokens::MOVEPICK) {}
+    ErrorCode send(double distance, int tableStart, int option, int axis);
+};
+
+// MOVELINK ( distance , linkDistance , linkAccel , linkDecel , linkAxis [, linkOption [, linkPosition]] ):
+// linkPosition dropped when 0, then linkOption when -1.
+class CmdMoveLink : public CmdMotion {
+public:
+    explicit CmdMoveLink(Connection_TCP& c) : CmdMotion(c, KnownTokens::MOVELINK) {}
+    ErrorCode send(double distance, double linkDistance, double linkAccel, double linkDecel, int linkAxis,
+                   int linkOption, double linkPosition, int axis);
+};
+
+// CAMBOX ( tableStart , tableEnd , multiplier , linkDistance , linkAxis [, linkOption [, linkPosition]] ),
+// trimmed as MOVELINK; the multi form sends the caller's values as they are.
+class CmdCamBox : public CmdMotion {
+public:
+    explicit CmdCamBox(Connection_TCP& c) : CmdMotion(c, KnownTokens::CAMBOX) {}
+    ErrorCode send(double tableStart, double tableEnd, double multiplier, double linkDistance, int linkAxis,
+                   int linkOption, double linkPosition, int axis);
+};
+
+// CONNECT ( ratio , drivingAxis [, mode] ): mode dropped when 0.
+class CmdConnect : public CmdMotion {
+public:
+    explicit CmdConnect(Connection_TCP& c) : CmdMotion(c, KnownTokens::CONNECT) {}
+    ErrorCode send(double ratio, int drivingAxis, unsigned mode, int axis);
+};
+
+// BACKLASH ( 1 , distance , speed , accel ) switches compensation on; BACKLASH ( 0 ) off.
+class CmdBacklash : public CmdMotion {
+public:
+    explicit CmdBacklash(Connection_TCP& c) : CmdMotion(c, KnownTokens::BACKLASH) {}
+    ErrorCode send(double distance, double speed, double accel, int axis);
+    ErrorCode sendDisable(int axis);
+};
+
+// RAPIDSTOP [( mode )] ZERO: no axis, every axis stops.
+class CmdRapidStop : public CmdArray {
+public:
+    explicit CmdRapidStop(Connection_TCP& c) : CmdArray(c) {}
+    ErrorCode send(const int* mode) { return CmdArray::send(KnownTokens::RAPIDSTOP, mode ? 1u : 0u, mode); }
+};
+
+// SET_MOTION ( v0 , ... ) ZERO, at most 5 values.
+class CmdSetMotion : public CmdArray {
+public:
+    static constexpr unsigned kMaxValues = 5;
+    explicit CmdSetMotion(Connection_TCP& c) : CmdArray(c) {}
+    ErrorCode send(const double* values, unsigned count);
+};
+
+// SET_MOTIONSP ( v0 , ... ) ZERO, at most 9 values.
+class CmdSetMotionSp : public CmdArray {
+public:
+    static constexpr unsigned kMaxValues = 9;
+    explicit CmdSetMotionSp(Connection_TCP& c) : CmdArray(c) {}
+    ErrorCode send(const double* values, unsigned count);
+};
+
+template <class Buffer>
+ErrorCode CmdMotion::encode(Buffer& b, unsigned count, const double* args, int axis) {
+    Shared::Token& t = m_connection.token();
+    if (ErrorCode e = t.appendToken(m_token, b); failed(e)) return e;
+    if (count > 0) {
+        if (ErrorCode e = t.appendToken(KnownTokens::OPENBRACKETS, b); failed(e)) return e;
+        for (unsigned k = 0; k < count; ++k) {
+            if (k > 0)
+                if (ErrorCode e = t.appendToken(KnownTokens::COMMA, b); failed(e)) return e;
+            if (ErrorCode e = t.appendValue(args[k], b); failed(e)) return e;
+        }
+        if (ErrorCode e = t.appendToken(KnownTokens::CLOSEBRACKETS, b); failed(e)) return e;
+    }
+    if (axis >= 0) {
+        if (ErrorCode e = t.appendToken(KnownTokens::MODIFIER, b); failed(e)) return e;
+        if (ErrorCode e = t.appendToken(KnownTokens::AXIS, b); failed(e)) return e;
+        if (ErrorCode e = t.appendToken(KnownTokens::OPENBRACKETS, b); failed(e)) return e;
+        if (ErrorCode e = t.appendValue(double(axis), b); failed(e)) return e;
+        if (ErrorCode e = t.appendToken(KnownTokens::CLOSEBRACKETS, b); failed(e)) return e;
+    }
+    return t.appendZeroToken(b);
+}
+
+} // namespace Vaxo::Ubrix::TCP

@@ -1,0 +1,53 @@
+// Every flat function of file transfer and project loading refuses a null handle, and a null
+// name, path or result pointer, before anything reaches the connection.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <vector>
+
+#include <vaxo/vaxo.h>
+
+namespace {
+
+constexpr uint64_t kConnectionContext = 0x8100000004ull;
+constexpr uint64_t kBadArgument = 0x010000000Cull;
+
+using Call = std::function<uint64_t(VaxoHandle)>;
+struct NullCase {
+    const char* name;
+    Call call;                     // every pointer valid
+    std::vector<Call> nullPointer; // one pointer null each
+};
+
+VaxoHandle fakeHandle() { return reinterpret_cast<VaxoHandle>(static_cast<uintptr_t>(0x10)); }
+
+TEST(FilesNull, HandleAndPointers) {
+    static uint64_t crc;
+    const std::vector<NullCase> cases = {
+        {"UploadFile",
+         [](VaxoHandle h) { return vaxo_UploadFile(h, "r", "l", 0, 1, 0, 0, 0, 0, 0, 0, nullptr, nullptr); },
+         {[](VaxoHandle h) { return vaxo_UploadFile(h, nullptr, "l", 0, 1, 0, 0, 0, 0, 0, 0, nullptr, nullptr); },
+          [](VaxoHandle h) { return vaxo_UploadFile(h, "r", nullptr, 0, 1, 0, 0, 0, 0, 0, 0, nullptr, nullptr); }}},
+        {"DownloadFile", [](VaxoHandle h) { return vaxo_DownloadFile(h, "r", "l", 0, 1, 0, 0, nullptr, nullptr); },
+         {[](VaxoHandle h) { return vaxo_DownloadFile(h, nullptr, "l", 0, 1, 0, 0, nullptr, nullptr); },
+          [](VaxoHandle h) { return vaxo_DownloadFile(h, "r", nullptr, 0, 1, 0, 0, nullptr, nullptr); }}},
+        {"GetLocalFileCRC", [](VaxoHandle h) { return vaxo_GetLocalFileCRC(h, "p", false, &crc); },
+         {[](VaxoHandle h) { return vaxo_GetLocalFileCRC(h, nullptr, false, &crc); },
+          [](VaxoHandle h) { return vaxo_GetLocalFileCRC(h, "p", false, nullptr); }}},
+        {"GetRemoteFileCRC", [](VaxoHandle h) { return vaxo_GetRemoteFileCRC(h, "r", &crc); },
+         {[](VaxoHandle h) { return vaxo_GetRemoteFileCRC(h, nullptr, &crc); },
+          [](VaxoHandle h) { return vaxo_GetRemoteFileCRC(h, "r", nullptr); }}},
+        {"LoadProject", [](VaxoHandle h) { return vaxo_LoadProject(h, "p.xml"); },
+         {[](VaxoHandle h) { return vaxo_LoadProject(h, nullptr); }}},
+    };
+    ASSERT_EQ(cases.size(), 5u) << "one row per flat function of the family";
+    for (const auto& c : cases) {
+        EXPECT_EQ(c.call(nullptr), kConnectionContext) << c.name;
+        for (const auto& n : c.nullPointer) {
+            EXPECT_EQ(n(nullptr), kConnectionContext) << c.name << ": the handle is checked first";
+            EXPECT_EQ(n(fakeHandle()), kBadArgument) << c.name;
+        }
+    }
+}
+
+} // namespace

@@ -1,0 +1,152 @@
+// Every flat function of the parameter blocks refuses a null handle, and a null list, output
+// or callback, before anything reaches the connection.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <vector>
+
+#include <vaxo/vaxo.h>
+
+namespace {
+
+constexpr uint64_t kConnectionContext = 0x8100000004ull;
+constexpr uint64_t kBadArgument = 0x010000000Cull;
+
+using Fn = std::function<uint64_t(VaxoHandle)>;
+struct NullCase {
+    const char* name;
+    Fn call;                      // every pointer valid
+    std::vector<Fn> nullPointer;  // one pointer null each
+};
+
+VaxoHandle fakeHandle() { return reinterpret_cast<VaxoHandle>(static_cast<uintptr_t>(0x10)); }
+void textCb(void*, const char*, uint32_t) {}
+
+TEST(ParamBlocksNull, HandleListsAndOutputs) {
+    uint32_t idx[1] = {1};
+    const char* names[1] = {"SPEED"};
+    Range r[1] = {{0, 1}};
+    Range one{0, 1};
+    int32_t id, axes[1] = {0};
+    double d[1];
+    uint64_t w[1], m[1];
+    int64_t i64;
+    uint64_t u64;
+    int32_t i32;
+    uint32_t u32, size = 1;
+    bool b;
+    char buf[1];
+    const std::vector<NullCase> cases = {
+        {"DefineVr", [&](VaxoHandle h) { return vaxo_ParamBlockDefineVr(h, idx, 1, &id); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockDefineVr(h, nullptr, 1, &id); },
+          [&](VaxoHandle h) { return vaxo_ParamBlockDefineVr(h, idx, 1, nullptr); }}},
+        {"AppendVr", [&](VaxoHandle h) { return vaxo_ParamBlockAppendVr(h, 0, idx, 1); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockAppendVr(h, 0, nullptr, 1); }}},
+        {"DefineTable", [&](VaxoHandle h) { return vaxo_ParamBlockDefineTable(h, idx, 1, &id); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockDefineTable(h, nullptr, 1, &id); },
+          [&](VaxoHandle h) { return vaxo_ParamBlockDefineTable(h, idx, 1, nullptr); }}},
+        {"AppendTable", [&](VaxoHandle h) { return vaxo_ParamBlockAppendTable(h, 0, idx, 1); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockAppendTable(h, 0, nullptr, 1); }}},
+        {"DefineAxis", [&](VaxoHandle h) { return vaxo_ParamBlockDefineAxis(h, names, 1, &id); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockDefineAxis(h, nullptr, 1, &id); },
+          [&](VaxoHandle h) { return vaxo_ParamBlockDefineAxis(h, names, 1, nullptr); }}},
+        {"AppendAxis", [&](VaxoHandle h) { return vaxo_ParamBlockAppendAxis(h, 0, names, 1); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockAppendAxis(h, 0, nullptr, 1); }}},
+        {"DefineSystem", [&](VaxoHandle h) { return vaxo_ParamBlockDefineSystem(h, names, 1, &id); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockDefineSystem(h, nullptr, 1, &id); },
+          [&](VaxoHandle h) { return vaxo_ParamBlockDefineSystem(h, names, 1, nullptr); }}},
+        {"AppendSystem", [&](VaxoHandle h) { return vaxo_ParamBlockAppendSystem(h, 0, names, 1); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockAppendSystem(h, 0, nullptr, 1); }}},
+        {"DefineIO", [&](VaxoHandle h) { return vaxo_ParamBlockDefineIO(h, r, 1, &id); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockDefineIO(h, nullptr, 1, &id); },
+          [&](VaxoHandle h) { return vaxo_ParamBlockDefineIO(h, r, 1, nullptr); }}},
+        {"AppendIO", [&](VaxoHandle h) { return vaxo_ParamBlockAppendIO(h, 0, r, 1); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockAppendIO(h, 0, nullptr, 1); }}},
+        {"DefineProgVar", [&](VaxoHandle h) { return vaxo_ParamBlockDefineProgVar(h, "P", 0, names, 1, &id); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockDefineProgVar(h, nullptr, 0, names, 1, &id); },
+          [&](VaxoHandle h) { return vaxo_ParamBlockDefineProgVar(h, "P", 0, nullptr, 1, &id); },
+          [&](VaxoHandle h) { return vaxo_ParamBlockDefineProgVar(h, "P", 0, names, 1, nullptr); }}},
+        {"AppendProgVar", [&](VaxoHandle h) { return vaxo_ParamBlockAppendProgVar(h, 0, "P", 0, names, 1); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockAppendProgVar(h, 0, nullptr, 0, names, 1); },
+          [&](VaxoHandle h) { return vaxo_ParamBlockAppendProgVar(h, 0, "P", 0, nullptr, 1); }}},
+        {"FetchAllVr", [&](VaxoHandle h) { return vaxo_ParamBlockFetchAllVr(h, 0, d, 1); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockFetchAllVr(h, 0, nullptr, 1); }}},
+        {"FetchChangedVr", [&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedVr(h, 0, d, 1, m); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedVr(h, 0, nullptr, 1, m); },
+          [&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedVr(h, 0, d, 1, nullptr); }}},
+        {"FetchAllTable", [&](VaxoHandle h) { return vaxo_ParamBlockFetchAllTable(h, 0, d, 1); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockFetchAllTable(h, 0, nullptr, 1); }}},
+        {"FetchChangedTable", [&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedTable(h, 0, d, 1, m); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedTable(h, 0, nullptr, 1, m); },
+          [&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedTable(h, 0, d, 1, nullptr); }}},
+        {"FetchAllSystem", [&](VaxoHandle h) { return vaxo_ParamBlockFetchAllSystem(h, 0, d, 1); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockFetchAllSystem(h, 0, nullptr, 1); }}},
+        {"FetchChangedSystem", [&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedSystem(h, 0, d, 1, m); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedSystem(h, 0, nullptr, 1, m); },
+          [&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedSystem(h, 0, d, 1, nullptr); }}},
+        {"FetchAllAxisParam5a", [&](VaxoHandle h) { return vaxo_ParamBlockFetchAllAxisParam5a(h, 0, 0, d, 1); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockFetchAllAxisParam5a(h, 0, 0, nullptr, 1); }}},
+        {"FetchAllAxisParam5b", [&](VaxoHandle h) { return vaxo_ParamBlockFetchAllAxisParam5b(h, 0, one, d, 1); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockFetchAllAxisParam5b(h, 0, one, nullptr, 1); }}},
+        {"FetchAllAxisParam6a", [&](VaxoHandle h) { return vaxo_ParamBlockFetchAllAxisParam6a(h, 0, axes, 1, d, 1); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockFetchAllAxisParam6a(h, 0, nullptr, 1, d, 1); },
+          [&](VaxoHandle h) { return vaxo_ParamBlockFetchAllAxisParam6a(h, 0, axes, 1, nullptr, 1); }}},
+        {"FetchAllAxisParam6b", [&](VaxoHandle h) { return vaxo_ParamBlockFetchAllAxisParam6b(h, 0, r, 1, d, 1); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockFetchAllAxisParam6b(h, 0, nullptr, 1, d, 1); },
+          [&](VaxoHandle h) { return vaxo_ParamBlockFetchAllAxisParam6b(h, 0, r, 1, nullptr, 1); }}},
+        {"FetchChangedAxisParam6a",
+         [&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedAxisParam6a(h, 0, 0, d, 1, m); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedAxisParam6a(h, 0, 0, nullptr, 1, m); },
+          [&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedAxisParam6a(h, 0, 0, d, 1, nullptr); }}},
+        {"FetchChangedAxisParam6b",
+         [&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedAxisParam6b(h, 0, one, d, 1, m); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedAxisParam6b(h, 0, one, nullptr, 1, m); },
+          [&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedAxisParam6b(h, 0, one, d, 1, nullptr); }}},
+        {"FetchChangedAxisParam7a",
+         [&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedAxisParam7a(h, 0, axes, 1, d, 1, m); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedAxisParam7a(h, 0, nullptr, 1, d, 1, m); },
+          [&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedAxisParam7a(h, 0, axes, 1, nullptr, 1, m); },
+          [&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedAxisParam7a(h, 0, axes, 1, d, 1, nullptr); }}},
+        {"FetchChangedAxisParam7b",
+         [&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedAxisParam7b(h, 0, r, 1, d, 1, m); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedAxisParam7b(h, 0, nullptr, 1, d, 1, m); },
+          [&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedAxisParam7b(h, 0, r, 1, nullptr, 1, m); },
+          [&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedAxisParam7b(h, 0, r, 1, d, 1, nullptr); }}},
+        {"FetchAllIO", [&](VaxoHandle h) { return vaxo_ParamBlockFetchAllIO(h, 0, true, w, 1); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockFetchAllIO(h, 0, true, nullptr, 1); }}},
+        {"FetchChangedIO", [&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedIO(h, 0, true, w, 1, m); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedIO(h, 0, true, nullptr, 1, m); },
+          [&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedIO(h, 0, true, w, 1, nullptr); }}},
+        {"FetchAllProgVar", [](VaxoHandle h) { return vaxo_ParamBlockFetchAllProgVar(h, 0); }, {}},
+        {"FetchChangedProgVar", [&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedProgVar(h, 0, m); },
+         {[](VaxoHandle h) { return vaxo_ParamBlockFetchChangedProgVar(h, 0, nullptr); }}},
+        {"GetProgDoubleValue", [&](VaxoHandle h) { return vaxo_ParamBlockGetProgDoubleValue(h, 0, 0, d); },
+         {[](VaxoHandle h) { return vaxo_ParamBlockGetProgDoubleValue(h, 0, 0, nullptr); }}},
+        {"GetProgInt64Value", [&](VaxoHandle h) { return vaxo_ParamBlockGetProgInt64Value(h, 0, 0, &i64); },
+         {[](VaxoHandle h) { return vaxo_ParamBlockGetProgInt64Value(h, 0, 0, nullptr); }}},
+        {"GetProgUInt64Value", [&](VaxoHandle h) { return vaxo_ParamBlockGetProgUInt64Value(h, 0, 0, &u64); },
+         {[](VaxoHandle h) { return vaxo_ParamBlockGetProgUInt64Value(h, 0, 0, nullptr); }}},
+        {"GetProgInt32Value", [&](VaxoHandle h) { return vaxo_ParamBlockGetProgInt32Value(h, 0, 0, &i32); },
+         {[](VaxoHandle h) { return vaxo_ParamBlockGetProgInt32Value(h, 0, 0, nullptr); }}},
+        {"GetProgUInt32Value", [&](VaxoHandle h) { return vaxo_ParamBlockGetProgUInt32Value(h, 0, 0, &u32); },
+         {[](VaxoHandle h) { return vaxo_ParamBlockGetProgUInt32Value(h, 0, 0, nullptr); }}},
+        {"GetProgBoolValue", [&](VaxoHandle h) { return vaxo_ParamBlockGetProgBoolValue(h, 0, 0, &b); },
+         {[](VaxoHandle h) { return vaxo_ParamBlockGetProgBoolValue(h, 0, 0, nullptr); }}},
+        {"GetProgStrValue5a", [&](VaxoHandle h) { return vaxo_ParamBlockGetProgStrValue5a(h, 0, 0, buf, &size); },
+         {[&](VaxoHandle h) { return vaxo_ParamBlockGetProgStrValue5a(h, 0, 0, buf, nullptr); }}},
+        {"GetProgStrValue5b", [](VaxoHandle h) { return vaxo_ParamBlockGetProgStrValue5b(h, 0, 0, textCb, nullptr); },
+         {[](VaxoHandle h) { return vaxo_ParamBlockGetProgStrValue5b(h, 0, 0, nullptr, nullptr); }}},
+        {"Delete", [](VaxoHandle h) { return vaxo_ParamBlockDelete(h, 0); }, {}},
+        {"DeleteAll", [](VaxoHandle h) { return vaxo_ParamBlockDeleteAll(h); }, {}},
+    };
+    EXPECT_EQ(cases.size(), 40u) << "every parameter-block function of the flat list";
+    for (const auto& c : cases) {
+        EXPECT_EQ(c.call(nullptr), kConnectionContext) << c.name;
+        for (const auto& n : c.nullPointer) {
+            EXPECT_EQ(n(nullptr), kConnectionContext) << c.name << ": the handle is checked first";
+            EXPECT_EQ(n(fakeHandle()), kBadArgument) << c.name;
+        }
+    }
+}
+
+} // namespace
