@@ -14,9 +14,12 @@ extern "C" {
 VAXO_API ErrorCode vaxo_CreateContext(const VersionInfo* version, VaxoEventCb cb, void* user, VaxoHandle* out) {
     if (!version || !out)
         return std::uint64_t(Err::BadArgument);
-    Shared::EventCallback logger = [cb, user](Shared::EventType type, std::uint64_t value, std::string_view t) {
-        cb(user, std::uint32_t(type), value, t.data(), std::uint32_t(t.size()));
-    };
+    // A host that passes no callback gets no events rather than a call through null.
+    Shared::EventCallback logger;
+    if (cb)
+        logger = [cb, user](Shared::EventType type, std::uint64_t value, std::string_view t) {
+            cb(user, std::uint32_t(type), value, t.data(), std::uint32_t(t.size()));
+        };
     const Shared::VersionInfo v{version->major, version->minor, version->patch, version->build};
     IConnection* connection = nullptr;
     const Err result = vua_factory(std::uint32_t(Shared::ConnectionType::TCP), &v, &logger, &connection);

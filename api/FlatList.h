@@ -26,7 +26,7 @@ inline constexpr std::size_t kFlatFunctionCount = std::size(kFlatFunctionNames);
 static_assert(kFlatFunctionCount == 794, "the flat interface has 794 functions");
 
 // Set once every family of the list is implemented; from then on a missing export fails.
-inline constexpr bool kInterfaceComplete = false;
+inline constexpr bool kInterfaceComplete = true;
 
 // Named parameter family sizes.
 struct ParamCounts {

@@ -15,6 +15,13 @@ static void on_file(void* user, const VaxoFileInfo* info, const char* name) {
     printf("  %-12s %u bytes\n", name, (unsigned)info->size);
 }
 
+/* Every event of the library (errors, warnings, information); here only errors are shown. */
+static void on_event(void* user, uint32_t type, uint64_t value, const char* text, uint32_t length) {
+    (void)user;
+    if (type == 0)
+        fprintf(stderr, "event: 0x%010llx %.*s\n", (unsigned long long)value, (int)length, text);
+}
+
 static int check(ErrorCode e, const char* what) {
     char text[256] = "";
     if (e == 0)
@@ -33,7 +40,7 @@ int main(int argc, char** argv) {
     double v = 0, type = 0;
     int rc = 1;
 
-    if (check(vaxo_CreateContext(&version, NULL, NULL, &h), "CreateContext"))
+    if (check(vaxo_CreateContext(&version, on_event, NULL, &h), "CreateContext"))
         return 1;
     vaxo_SetTcpHostName(h, host);
     vaxo_SetTcpPort(h, port);

@@ -15,7 +15,11 @@ class Controller {
 public:
     Controller(const std::string& host, std::uint16_t port) {
         const VersionInfo version{1, 2, 1, 1196};
-        check(vaxo_CreateContext(&version, nullptr, nullptr, &m_h), "CreateContext");
+        auto onEvent = [](void*, std::uint32_t type, std::uint64_t, const char* text, std::uint32_t length) {
+            if (type == 0)  // errors only
+                std::cerr << "event: " << std::string(text, length) << '\n';
+        };
+        check(vaxo_CreateContext(&version, onEvent, nullptr, &m_h), "CreateContext");
         vaxo_SetTcpHostName(m_h, host.c_str());
         vaxo_SetTcpPort(m_h, port);
         vaxo_SetTcpConnectTimeout(m_h, 3000);
