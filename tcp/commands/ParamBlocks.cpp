@@ -189,10 +189,29 @@ ErrorCode CmdPrmBlk::sendFetchValues(int block, bool changed) {
     return finish(b);
 }
 
+ErrorCode CmdPrmBlk::readReplyText() {
+    // Read through the port's buffer one byte at a time: a fetch reply of many values arrives
+    // in a few segments, and a socket read per byte would cost more than the whole exchange.
+    m_text.clear();
+    const unsigned timeout = m_connection.commandTimeout();
+    char c = 0;
+    for (;;) {
+        if (ErrorCode e = m_connection.ReadBytes(&c, 1, timeout); failed(e))
+            return e;
+        if (c == '\0')
+            break;
+        if (m_text.size() >= kMaxReplyText)
+            return ErrorCode::BadResponse;
+        m_text.push_back(c);
+    }
+    // The 0x00 is the first byte of the standard response.
+    if (ErrorCode e = m_connection.UnReadBytes(&c, 1); failed(e))
+        return e;
+    return readStandardResponse(&m_value, nullptr);
+}
+
 ErrorCode CmdPrmBlk::readReply() {
-    if (m_expectText)
-        return readReplyToString(m_text);
-    return setError(readStandardResponse(&m_value, nullptr));
+    return setError(m_expectText ? readReplyText() : readStandardResponse(&m_value, nullptr));
 }
 
 // ---- CmdPrmBlk_ReadSupport ----
@@ -352,7 +371,7 @@ ErrorCode CmdPrmBlk_FetchNumeric::sendFetchValues(int block, bool changed, bool 
 }
 
 ErrorCode CmdPrmBlk_FetchNumeric::readReply() {
-    if (ErrorCode e = readReplyToString(m_text); failed(e))
+    if (ErrorCode e = setError(readReplyText()); failed(e))
         return e;
     return setError(m_isWords ? decodePrmBlkValues(m_text, m_words) : decodePrmBlkValues(m_text, m_doubles));
 }
@@ -360,7 +379,7 @@ ErrorCode CmdPrmBlk_FetchNumeric::readReply() {
 // ---- CmdPrmBlk_FetchVariant ----
 
 ErrorCode CmdPrmBlk_FetchVariant::readReplyVariantValues() {
-    if (ErrorCode e = readReplyToString(m_text); failed(e))
+    if (ErrorCode e = readReplyText(); failed(e))
         return e;
     return decodePrmBlkTexts(m_text, m_values, m_blockSize, m_mask);
 }

@@ -92,6 +92,11 @@ public:
 
 protected:
     using Buffer = Shared::TokenBuffer1024;
+    // A reply text longer than this is not a fetch reply.
+    static constexpr std::size_t kMaxReplyText = 4u << 20;
+
+    // The reply text up to its 0x00 into text(), then the standard response.
+    ErrorCode readReplyText();
     // PRMBLK ( first
     ErrorCode begin(Buffer& b, double first);
     // COMMA value
@@ -181,6 +186,7 @@ public:
 
     using CmdPrmBlk::sendFetchValues;
     ErrorCode readReply() override { return setError(readReplyVariantValues()); }
+    // The texts of the reply into the block's string values.
     ErrorCode readReplyVariantValues();
 
 private:
