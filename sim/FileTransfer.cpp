@@ -430,8 +430,24 @@ void FileTransferServer::serve(Conn& c) {
                     st = Idle;
                     break;
                 }
-                rec.wire.push_back(std::uint8_t(ch));
-                ++count;
+                if (st == Data && ch != ESC && ch != SOH && ch != STX) {
+                    // A run of plain data bytes in one step.
+                    ssize_t j = i;
+                    while (j < n && buf[std::size_t(j)] != ETX && buf[std::size_t(j)] != ESC &&
+                           buf[std::size_t(j)] != SOH && buf[std::size_t(j)] != STX)
+                        ++j;
+                    const auto* first = reinterpret_cast<const std::uint8_t*>(buf.data()) + i;
+                    const auto* last = reinterpret_cast<const std::uint8_t*>(buf.data()) + j;
+                    if (b.keepWire)
+                        rec.wire.insert(rec.wire.end(), first, last);
+                    rec.payload.insert(rec.payload.end(), first, last);
+                    count += std::size_t(j - i);
+                    i = j - 1;
+                } else {
+                    if (b.keepWire)
+                        rec.wire.push_back(std::uint8_t(ch));
+                    ++count;
+                }
                 if (st == DataEscape) {
                     int v = ch == '\\' ? '\\' : ch == 'h' ? 1 : ch == 's' ? 2 : ch == 'e' ? 3 : -1;
                     if (v < 0 && rec.failure.empty())
@@ -440,7 +456,7 @@ void FileTransferServer::serve(Conn& c) {
                     st = Data;
                 } else if (ch == ESC) {
                     st = DataEscape;
-                } else {
+                } else if (ch == SOH || ch == STX) {
                     if ((ch == SOH || ch == STX) && rec.failure.empty())
                         rec.failure = "bare control byte in data";
                     rec.payload.push_back(std::uint8_t(ch));

@@ -75,6 +75,7 @@ public:
         std::string abortText = "ABORT";
         bool wrongCrc = false;            // answer a CRC that is off by one bit
         bool stall = false;               // read everything, answer nothing
+        bool keepWire = true;             // keep the received bytes in the transfer records
     };
 
     FileTransferServer() = default;
