@@ -52,7 +52,12 @@ fs::path benchFile(bool text) {
 
 struct Server {
     Vaxo::Sim::FileTransferServer server;
-    std::uint16_t port = server.start();
+    std::uint16_t port = [this] {
+        Vaxo::Sim::FileTransferServer::Behaviour b;
+        b.keepWire = false;
+        server.setBehaviour(b);
+        return server.start();
+    }();
 };
 
 Server& server() {
@@ -76,6 +81,7 @@ void Upload(benchmark::State& state, bool text, int level, bool gather) {
             state.SkipWithError("upload failed");
             break;
         }
+        server().server.clearTransfers();
     }
     state.SetBytesProcessed(std::int64_t(state.iterations()) * std::int64_t(kSize));
 }
@@ -96,6 +102,7 @@ void Download(benchmark::State& state, bool text) {
             state.SkipWithError("download failed");
             break;
         }
+        server().server.clearTransfers();
     }
     state.SetBytesProcessed(std::int64_t(state.iterations()) * std::int64_t(kSize));
 }

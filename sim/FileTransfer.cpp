@@ -12,6 +12,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <array>
 #include <cctype>
 #include <cstdio>
 
@@ -114,12 +115,20 @@ std::pair<std::string, int> programOf(const std::string& file) {
 void FileTransferServer::attach(Simulator& sim) { sim_ = &sim; }
 
 std::uint16_t simCrc16(const std::uint8_t* data, std::size_t length) {
+    // One byte at a time through a 256-entry table built bit by bit.
+    static const auto table = [] {
+        std::array<std::uint16_t, 256> t{};
+        for (unsigned v = 0; v < 256; ++v) {
+            std::uint16_t crc = std::uint16_t(v << 8);
+            for (int b = 0; b < 8; ++b)
+                crc = (crc & 0x8000) ? std::uint16_t((crc << 1) ^ 0x8005) : std::uint16_t(crc << 1);
+            t[v] = crc;
+        }
+        return t;
+    }();
     std::uint16_t crc = 0;
-    for (std::size_t i = 0; i < length; ++i) {
-        crc ^= std::uint16_t(data[i] << 8);
-        for (int b = 0; b < 8; ++b)
-            crc = (crc & 0x8000) ? std::uint16_t((crc << 1) ^ 0x8005) : std::uint16_t(crc << 1);
-    }
+    for (std::size_t i = 0; i < length; ++i)
+        crc = std::uint16_t((crc << 8) ^ table[((crc >> 8) ^ data[i]) & 0xFF]);
     return crc;
 }
 

@@ -38,7 +38,7 @@ namespace Vaxo::Sim {
 
 class Simulator;
 
-// CRC-16/UMTS, bit by bit (the server's own, independent of the library's table version).
+// CRC-16/UMTS, a byte at a time (the server's own, independent of the library's slice-by-8).
 std::uint16_t simCrc16(const std::uint8_t* data, std::size_t length);
 
 struct StoredFile {

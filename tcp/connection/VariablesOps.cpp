@@ -42,16 +42,11 @@ ErrorCode Connection_TCP::GetMultiTableValues(unsigned int start, unsigned int c
 ErrorCode Connection_TCP::SetMultiVrValues(unsigned int start, unsigned int count, const double* values) {
     if (ErrorCode e = checkRun(start, count, values); failed(e) || count == 0)
         return e;
-    // The block transfer reads its header's answer under the send lock: let the reader thread
-    // finish what is queued before taking it.
-    waitCommandQueueEmpty();
     return execute<CmdSetMultiVR>([&](CmdSetMultiVR& c) { return c.send(start, count, values); });
 }
 ErrorCode Connection_TCP::SetMultiTableValues(unsigned int start, unsigned int count, const double* values) {
     if (ErrorCode e = checkRun(start, count, values); failed(e) || count == 0)
         return e;
-    if (m_token.SupportsBlockValueWrites())
-        waitCommandQueueEmpty();
     return execute<CmdSetMultiTABLE>([&](CmdSetMultiTABLE& c) { return c.send(start, count, values); });
 }
 

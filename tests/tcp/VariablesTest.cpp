@@ -2,7 +2,9 @@
 // transfer), VR strings and bits, with exact request bytes and this run's token codes.
 #include "SimFixture.h"
 
+#include <atomic>
 #include <mutex>
+#include <thread>
 
 #include <vaxo/IConnection.hpp>
 
@@ -230,6 +232,35 @@ TEST_F(Variables, VrStrings) {
         static_cast<std::string*>(user)->assign(t, n);
     }, &whole), 0u);
     EXPECT_EQ(whole, "");
+}
+
+TEST_F(Variables, BlockWritesInterleaveWithOtherCommands) {
+    // A block transfer reads its header's answer itself: other threads' commands queued around
+    // it must keep their replies.
+    open({.controllerType = 1664, .firmware = 2.0330});
+    std::vector<std::thread> threads;
+    std::atomic<int> failures{0};
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&, t] {
+            std::vector<double> values(150);
+            for (int round = 0; round < 10; ++round) {
+                for (std::size_t k = 0; k < values.size(); ++k)
+                    values[k] = t * 10000 + round * 1000 + double(k);
+                const uint32_t start = uint32_t(t * 1000);
+                if (vaxo_SetMultiTableValues(h, start, uint32_t(values.size()), values.data()) != 0)
+                    ++failures;
+                double v = -1;
+                if (vaxo_SetVrValue(h, uint32_t(t), round) != 0 || vaxo_GetVrValue(h, uint32_t(t), &v) != 0 ||
+                    v != round)
+                    ++failures;
+                std::vector<double> back(values.size());
+                if (vaxo_GetMultiTableValues(h, start, uint32_t(back.size()), back.data()) != 0 || back != values)
+                    ++failures;
+            }
+        });
+    for (auto& th : threads)
+        th.join();
+    EXPECT_EQ(failures.load(), 0);
 }
 
 TEST_F(Variables, BitsSendBitNumberFirst) {

@@ -22,7 +22,7 @@ TEST(Crc16, CheckValueAndNameSelection) {
     EXPECT_EQ(c.value(), 0xFEE8u);
 }
 
-TEST(Crc16, SliceBy8AgreesWithBitwiseAtEveryLengthAndOffset) {
+TEST(Crc16, SliceBy8AgreesWithByteTableAtEveryLengthAndOffset) {
     Bytes data = mixed(4096, 3);
     for (std::size_t off = 0; off < 9; ++off)
         for (std::size_t len : {0u, 1u, 7u, 8u, 9u, 15u, 16u, 17u, 63u, 1000u, 4000u})
