@@ -73,7 +73,7 @@ void ReaderPump::worker() {
         const bool idle = m_commandQueue.IsEmpty();
         m_queueIdle.store(idle, std::memory_order_release);
         if (idle)
-            m_idleCondition.notify_one();
+            m_idleCondition.notify_all();
     }
 }
 
