@@ -163,6 +163,7 @@ public:
         m_reader = std::thread([this] { read(); });
     }
     ~EngineShaped() {
+        m_done = true;
         shutdown(m_fd, SHUT_RDWR);
         m_reader.join();
         close(m_fd);
