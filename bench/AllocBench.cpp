@@ -18,6 +18,7 @@
 #include <vaxo/vaxo.h>
 
 #include "bench/BenchWorld.h"
+#include "sim/Controller.h"
 #include "sim/Simulator.h"
 
 namespace {
@@ -93,6 +94,47 @@ void BM_Alloc_SetVrValue(benchmark::State& state) {
     allocationsPerCommand(state, [](VaxoHandle h, int i) { return vaxo_SetVrValue(h, 13, double(i)); });
 }
 
+// The simulated controller's side of the same exchange, in this process: decoding and
+// answering VR(12) once the session is warm. The bytes are those the library wrote.
+void BM_Alloc_SimRequest(benchmark::State& state) {
+    VaxoHandle h = VaxoBench::openContext(g_port);
+    auto& c = dynamic_cast<Vaxo::Ubrix::TCP::Connection_TCP&>(*reinterpret_cast<Vaxo::Ubrix::Shared::IConnection*>(h));
+    VaxoBench::Capture cap;
+    c.setWriteSniffer(&cap);
+    double v;
+    if (vaxo_OpenConnection(h) != 0 || vaxo_GetVrValue(h, 12, &v) != 0 || cap.writes.size() != 4) {
+        state.SkipWithError("cannot capture the open and a VR read");
+        vaxo_DestroyContext(h);
+        return;
+    }
+    c.setWriteSniffer(nullptr);
+    vaxo_DestroyContext(h);
+    Vaxo::Sim::Controller ctl(VaxoBench::simConfig());
+    Vaxo::Sim::Session session(ctl, 1);
+    Vaxo::Sim::Outgoing out;
+    auto feed = [&](const std::vector<char>& bytes) {
+        session.feed(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
+        bool answered = false;
+        while (session.next(out))
+            answered = true;
+        return answered;
+    };
+    for (const auto& w : cap.writes)
+        feed(w);
+    for (int i = 0; i < 1000; ++i)
+        feed(cap.writes[3]);
+    const std::uint64_t before = g_allocations.load();
+    std::int64_t n = 0;
+    for (auto _ : state) {
+        if (!feed(cap.writes[3])) {
+            state.SkipWithError("no answer");
+            break;
+        }
+        ++n;
+    }
+    state.counters["allocs_per_request"] = n ? double(g_allocations.load() - before) / double(n) : 0.0;
+}
+
 long residentKiB() {
     std::ifstream statm("/proc/self/statm");
     long size = 0, resident = 0;
@@ -130,6 +172,7 @@ void BM_Memory_PerConnection(benchmark::State& state) {
 
 BENCHMARK(BM_Alloc_GetVrValue)->UseRealTime()->Iterations(20000);
 BENCHMARK(BM_Alloc_SetVrValue)->UseRealTime()->Iterations(20000);
+BENCHMARK(BM_Alloc_SimRequest)->Iterations(20000);
 BENCHMARK(BM_Memory_PerConnection)->UseRealTime()->Iterations(1);
 
 int main(int argc, char** argv) {

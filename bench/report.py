@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
 """Turns one benchmark run into one table and one chart.
 
-    bench/report.py RESULTS_DIR DOCS_DIR
+    bench/report.py RESULTS_DIR DOCS_DIR [README]
 
 RESULTS_DIR holds the JSON files written by the bench_* programs (--benchmark_format=json) and
 callgrind.txt from the instruction count. The table goes to stdout and to DOCS_DIR/results.md;
-the chart (latency distributions and commands/s against host threads) to DOCS_DIR/bench.png.
+the chart (latency distributions and commands/s against host threads) to DOCS_DIR/bench.png;
+with README given, the table also replaces what stands between its bench:begin and bench:end marks.
 Every figure in a row comes from the same run; ratios compare rows of that run only.
 """
 import json
@@ -143,6 +144,7 @@ def main():
         out.append(f'| instructions per vaxo_GetVrValue (callgrind, caller + reader thread, user space) | {per:.0f} |')
     for label, name, field in [('allocations per vaxo_GetVrValue (after warm-up)', 'BM_Alloc_GetVrValue', 'allocs_per_cmd'),
                                ('allocations per vaxo_SetVrValue (after warm-up)', 'BM_Alloc_SetVrValue', 'allocs_per_cmd'),
+                               ('allocations per request in the simulated controller (decode and answer)', 'BM_Alloc_SimRequest', 'allocs_per_request'),
                                ('heap per open connection, bytes', 'BM_Memory_PerConnection', 'heap_bytes_per_conn'),
                                ('resident memory per open connection, bytes', 'BM_Memory_PerConnection', 'rss_bytes_per_conn')]:
         v = get(name, field)
@@ -158,6 +160,15 @@ def main():
     with open(os.path.join(docs, 'results.md'), 'w') as f:
         f.write('# Last benchmark run\n\nWritten by `bash scripts/bench.sh`; the chart is [bench.png](bench.png).\n\n')
         f.write(table)
+
+    if len(sys.argv) > 3:
+        readme = open(sys.argv[3]).read()
+        begin, end = '<!-- bench:begin -->', '<!-- bench:end -->'
+        if begin in readme and end in readme:
+            head, rest = readme.split(begin, 1)
+            tail = rest.split(end, 1)[1]
+            with open(sys.argv[3], 'w') as f:
+                f.write(f'{head}{begin}\nThe last run:\n\n{table}\n{end}{tail}')
 
     # The chart: latency percentiles on one axis, commands/s against threads on the other.
     pct = (1, 5, 10, 25, 50, 75, 90, 95, 99)
@@ -187,6 +198,7 @@ set grid
 plot {latency_plots}
 unset logscale x
 set logscale x 2
+set logscale y
 set title 'One connection: commands/s against host threads'
 set xlabel 'host threads (raw client: requests in flight)'
 set ylabel 'commands/s'

@@ -2,11 +2,11 @@
 # Builds in release mode, runs every benchmark side by side in one run, counts the library's
 # instructions per command under callgrind, and prints one table; the table and a chart go to
 # docs/bench/. Takes a few minutes. Not part of CI.
-# Usage: scripts/bench.sh [repetitions, default 3]
+# Usage: scripts/bench.sh [repetitions, default 5]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/setup.sh
-reps=${1:-3}
+reps=${1:-5}
 build=build-release
 out=$build/bench-results
 jobs=$(( $(nproc) < 2 ? $(nproc) : 2 ))
@@ -42,4 +42,4 @@ count() {
 }
 { echo "n $n"; echo "ir_n $(count n $n)"; echo "ir_2n $(count 2n $((2 * n)))"; } >"$out/callgrind.txt"
 
-python3 bench/report.py "$out" docs/bench
+python3 bench/report.py "$out" docs/bench README.md
