@@ -13,6 +13,7 @@
 #include <netinet/tcp.h>
 #include <string>
 #include <sys/socket.h>
+#include <time.h>
 #include <unistd.h>
 #include <vector>
 
@@ -156,6 +157,26 @@ public:
 
 private:
     std::vector<double> m_us;
+};
+
+// CPU time of the whole process (host threads, reader thread, simulated controller) per
+// command, less sensitive than the rates to other work on the machine. Started by one thread
+// before the timed loop and reported by it after; the framework sums the counters of all
+// threads and kAvgIterations divides by the commands of all threads.
+class CpuMeter {
+public:
+    CpuMeter() : m_start(now()) {}
+    void report(benchmark::State& state) const {
+        state.counters["cpu_us_per_cmd"] = benchmark::Counter(now() - m_start, benchmark::Counter::kAvgIterations);
+    }
+
+private:
+    static double now() {
+        timespec t{};
+        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
+        return double(t.tv_sec) * 1e6 + double(t.tv_nsec) / 1e3;
+    }
+    double m_start;
 };
 
 } // namespace VaxoBench

@@ -132,6 +132,7 @@ void BM_EngineShaped_Call(benchmark::State& state) {
     if (state.thread_index() == 0)
         g_engine = new EngineShaped(World::get());
     Latencies lat;
+    const CpuMeter cpu;
     for (auto _ : state) { // the framework starts every thread's loop together, after the setup above
         const auto t0 = Clock::now();
         g_engine->call();
@@ -140,6 +141,7 @@ void BM_EngineShaped_Call(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations());
     if (state.thread_index() == 0) {
         lat.report(state);
+        cpu.report(state);
         delete g_engine;
         g_engine = nullptr;
     }
@@ -149,9 +151,12 @@ void BM_Library_Threads(benchmark::State& state) {
     World& w = World::get();
     double v;
     const uint32_t index = 100 + uint32_t(state.thread_index());
+    const CpuMeter cpu;
     for (auto _ : state)
         benchmark::DoNotOptimize(vaxo_GetVrValue(w.h, index, &v));
     state.SetItemsProcessed(state.iterations());
+    if (state.thread_index() == 0)
+        cpu.report(state);
 }
 
 // One thread keeps `depth` identical requests in flight on one raw socket: each reply read
@@ -169,6 +174,7 @@ void BM_RawSocket_Pipelined(benchmark::State& state) {
     std::size_t have = 0;  // unread reply bytes in `in`
     std::size_t owed = 0;  // replies taken whose replacement is not yet written
     std::size_t inFlight = std::size_t(depth);
+    const CpuMeter cpu;
     for (auto _ : state) {
         if (have < kVrReplySize) {
             if (owed) {
@@ -203,6 +209,7 @@ void BM_RawSocket_Pipelined(benchmark::State& state) {
     }
     close(fd);
     state.SetItemsProcessed(state.iterations());
+    cpu.report(state);
 }
 
 // The simulated controller's own work per request: decoding VR(12) and answering it, without

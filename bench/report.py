@@ -44,6 +44,8 @@ def fmt(v, digits=3):
         return f'{v / 1e6:.{digits}g} M'
     if abs(v) >= 1e4:
         return f'{v / 1e3:.{digits}g} k'
+    if abs(v) >= 100:
+        return f'{v:.0f}'
     return f'{v:.{digits}g}'
 
 
@@ -95,8 +97,9 @@ def main():
 
     # 3: threads on one connection.
     out.append('| Host threads (or requests in flight) | library cmds/s | engine-shaped cmds/s | raw pipelined cmds/s '
-               '| library ÷ engine-shaped | library ÷ raw | library ÷ library 1 thread |')
-    out.append('|---:|---:|---:|---:|---:|---:|---:|')
+               '| library ÷ engine-shaped | library ÷ raw | library ÷ library 1 thread '
+               '| CPU µs/cmd: library | engine-shaped | raw |')
+    out.append('|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|')
     threads = []
     lib1 = get('BM_Library_Threads/threads:1', 'items_per_second')
     for n in (1, 2, 4, 8, 16):
@@ -104,8 +107,13 @@ def main():
         eng = get(f'BM_EngineShaped_Threads/threads:{n}', 'items_per_second')
         raw = get(f'BM_RawSocket_Pipelined/{n}', 'items_per_second')
         threads.append((n, lib, eng, raw))
+        cpu = [get(k, 'cpu_us_per_cmd') for k in (f'BM_Library_Threads/threads:{n}',
+                                                  f'BM_EngineShaped_Threads/threads:{n}', f'BM_RawSocket_Pipelined/{n}')]
         out.append(f'| {n} | {fmt(lib)} | {fmt(eng)} | {fmt(raw)} | {ratio(lib, eng)} | {ratio(lib, raw)} '
-                   f'| {ratio(lib, lib1)} |')
+                   f'| {ratio(lib, lib1)} | ' + ' | '.join(fmt(c) for c in cpu) + ' |')
+    out.append('')
+    out.append('CPU µs/cmd is the whole process (host threads, reader thread, simulated controller) per command: '
+               'on a loaded machine the rates follow the share of the cores the run gets, the CPU cost does not.')
     out.append('')
 
     # 4: parameter blocks.
