@@ -112,8 +112,9 @@ def main():
         out.append(f'| {n} | {fmt(lib)} | {fmt(eng)} | {fmt(raw)} | {ratio(lib, eng)} | {ratio(lib, raw)} '
                    f'| {ratio(lib, lib1)} | ' + ' | '.join(fmt(c) for c in cpu) + ' |')
     out.append('')
-    out.append('CPU µs/cmd is the whole process (host threads, reader thread, simulated controller) per command: '
-               'on a loaded machine the rates follow the share of the cores the run gets, the CPU cost does not.')
+    out.append('CPU µs/cmd is the whole process (host threads, reader thread, simulated controller) per command, '
+               "including the library's bounded spin while a caller waits; like the rates it moves with the load "
+               'that other work puts on the machine during the run.')
     out.append('')
 
     # 4: parameter blocks.
