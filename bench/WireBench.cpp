@@ -1,162 +1,63 @@
-// One command at a time and many threads on one connection: vaxo_GetVrValue against the
-// simulated controller, beside a raw-socket client sending identical bytes from one thread
-// and a minimal client built like the engine (caller writes under a lock, one reader thread
-// wakes it). Latency rows report median and p99 as counters.
-#include <benchmark/benchmark.h>
+// One command at a time and many commands on one connection, each beside the limits it is
+// compared with, in the same run:
+//  - vaxo_GetVrValue against the simulated controller; a raw-socket client sending identical
+//    bytes from one thread; a minimal client built like the engine (caller writes under a lock,
+//    one reader thread wakes it); libmodbus reading one holding register from libmodbus's own
+//    server on another loopback port. Latency rows report percentiles as counters.
+//  - vaxo_GetVrValue from 1 to 16 host threads on one connection, the engine-shaped client with
+//    as many callers, and a raw client keeping as many requests in flight from one thread.
+//  - the simulated controller's own cost per request (decode and answer, no socket).
+#include "bench/BenchWorld.h"
 
-#include <algorithm>
-#include <arpa/inet.h>
-#include <chrono>
+#include <atomic>
 #include <condition_variable>
-#include <cstring>
 #include <deque>
-#include <mutex>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <string>
-#include <sys/socket.h>
+#include <memory>
 #include <thread>
-#include <unistd.h>
-#include <vector>
 
-#include <vaxo/vaxo.h>
+#include <modbus/modbus.h>
 
-#include "shared/transport/ISniffer.h"
-#include "sim/Simulator.h"
-#include "tcp/connection/Connection_TCP.h"
+#include "sim/Controller.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-struct Capture : Vaxo::Ubrix::Shared::ISniffer {
-    std::mutex m;
-    std::vector<std::vector<char>> writes;
-    void sniff(const char* data, unsigned int length) override {
-        std::lock_guard l(m);
-        writes.emplace_back(data, data + length);
-    }
-};
-
-// A simulated controller, a library connection to it, and the bytes the library wrote.
-struct World {
-    Vaxo::Sim::Simulator sim{Vaxo::Sim::Config{.seed = 1234, .controllerType = 1664, .firmware = 2.0340,
-                                               .recordRequests = false}};
-    uint16_t port = 0;
-    VaxoHandle h = nullptr;
-    std::vector<std::vector<char>> openWrites; // token table, CONTROL, VERSION
-    std::vector<char> vrRequest;               // VR(12)
-
-    World() {
-        port = sim.start();
-        const VersionInfo v{1, 2, 1, 1196};
-        vaxo_CreateContext(&v, [](void*, uint32_t, uint64_t, const char*, uint32_t) {}, nullptr, &h);
-        auto& c = dynamic_cast<Vaxo::Ubrix::TCP::Connection_TCP&>(*reinterpret_cast<Vaxo::Ubrix::Shared::IConnection*>(h));
-        Capture cap;
-        c.setWriteSniffer(&cap);
-        vaxo_SetTcpHostName(h, "127.0.0.1");
-        vaxo_SetTcpPort(h, port);
-        vaxo_OpenConnection(h);
-        openWrites = cap.writes;
-        cap.writes.clear();
-        double value;
-        vaxo_GetVrValue(h, 12, &value);
-        vrRequest = cap.writes.at(0);
-        c.setWriteSniffer(nullptr);
-    }
-    ~World() {
-        vaxo_DestroyContext(h);
-        sim.stop();
-    }
-    static World& get() {
-        static World w;
-        return w;
-    }
-};
-
-int connectRaw(uint16_t port) {
-    int fd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_port = htons(port);
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    connect(fd, reinterpret_cast<sockaddr*>(&a), sizeof a);
-    int one = 1;
-    setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
-    return fd;
-}
-
-bool readExactly(int fd, char* p, size_t n) {
-    while (n) {
-        ssize_t r = recv(fd, p, n, 0);
-        if (r <= 0)
-            return false;
-        p += r;
-        n -= size_t(r);
-    }
-    return true;
-}
-
-// Replays the library's open on a raw socket, so the controller is in the same state.
-int rawSession(World& w) {
-    int fd = connectRaw(w.port);
-    send(fd, w.openWrites[0].data(), w.openWrites[0].size(), MSG_NOSIGNAL);
-    std::string table;
-    char buf[4096];
-    while (table.find("[EOT]\r\n") == std::string::npos) {
-        ssize_t r = recv(fd, buf, sizeof buf, 0);
-        if (r <= 0)
-            return -1;
-        table.append(buf, size_t(r));
-    }
-    send(fd, w.openWrites[1].data(), w.openWrites[1].size(), MSG_NOSIGNAL);
-    readExactly(fd, buf, 8);  // CONTROL: TMS320 value and status
-    send(fd, w.openWrites[2].data(), w.openWrites[2].size(), MSG_NOSIGNAL);
-    readExactly(fd, buf, 16); // VERSION: IEEE 64 value and status
-    return fd;
-}
-
-void report(benchmark::State& state, std::vector<double>& us) {
-    if (us.empty())
-        return;
-    std::sort(us.begin(), us.end());
-    state.counters["p50_us"] = us[us.size() / 2];
-    state.counters["p99_us"] = us[std::min(us.size() - 1, us.size() * 99 / 100)];
-}
+using namespace VaxoBench;
 
 void BM_Library_GetVrValue(benchmark::State& state) {
     World& w = World::get();
-    std::vector<double> us;
-    us.reserve(1 << 20);
+    Latencies lat;
     double v;
     for (auto _ : state) {
         const auto t0 = Clock::now();
-        if (vaxo_GetVrValue(w.h, 12, &v) != 0)
+        if (vaxo_GetVrValue(w.h, 12, &v) != 0) {
             state.SkipWithError("GetVrValue failed");
-        us.push_back(std::chrono::duration<double, std::micro>(Clock::now() - t0).count());
+            break;
+        }
+        lat.add(t0);
     }
-    report(state, us);
+    lat.report(state);
 }
 
 void BM_RawSocket_PingPong(benchmark::State& state) {
     World& w = World::get();
-    int fd = rawSession(w);
-    std::vector<double> us;
-    us.reserve(1 << 20);
-    char reply[16];
+    const int fd = rawSession(w);
+    Latencies lat;
+    char reply[kVrReplySize];
     for (auto _ : state) {
         const auto t0 = Clock::now();
         send(fd, w.vrRequest.data(), w.vrRequest.size(), MSG_NOSIGNAL);
-        if (!readExactly(fd, reply, 16))
+        if (!readExactly(fd, reply, sizeof reply)) {
             state.SkipWithError("raw read failed");
-        us.push_back(std::chrono::duration<double, std::micro>(Clock::now() - t0).count());
+            break;
+        }
+        lat.add(t0);
     }
     close(fd);
-    report(state, us);
+    lat.report(state);
 }
 
 // The engine's shape without the library: callers write under a lock and queue a waiter;
-// one reader thread reads each 16-byte reply and wakes its waiter.
+// one reader thread reads each reply and wakes its waiter.
 class EngineShaped {
 public:
     explicit EngineShaped(World& w) : m_request(w.vrRequest), m_fd(rawSession(w)) {
@@ -190,7 +91,7 @@ private:
         bool ready = false;
     };
     void read() {
-        char reply[16];
+        char reply[kVrReplySize];
         for (;;) {
             Waiter* w;
             {
@@ -204,7 +105,7 @@ private:
                 w = m_queue.front();
                 m_queue.pop_front();
             }
-            const bool ok = readExactly(m_fd, reply, 16);
+            const bool ok = readExactly(m_fd, reply, sizeof reply);
             {
                 std::lock_guard l(w->m);
                 w->ready = true;
@@ -223,23 +124,26 @@ private:
     std::thread m_reader;
 };
 
+// Shared by the threads of one run: the first thread creates it, the last one to leave
+// destroys it.
+EngineShaped* g_engine = nullptr;
+
 void BM_EngineShaped_Call(benchmark::State& state) {
-    static EngineShaped* client = nullptr;
     if (state.thread_index() == 0)
-        client = new EngineShaped(World::get());
-    std::vector<double> us;
-    us.reserve(1 << 20);
-    for (auto _ : state) {
+        g_engine = new EngineShaped(World::get());
+    Latencies lat;
+    const CpuMeter cpu;
+    for (auto _ : state) { // the framework starts every thread's loop together, after the setup above
         const auto t0 = Clock::now();
-        client->call();
-        us.push_back(std::chrono::duration<double, std::micro>(Clock::now() - t0).count());
+        g_engine->call();
+        lat.add(t0);
     }
     state.SetItemsProcessed(state.iterations());
-    if (state.thread_index() == 0)
-        report(state, us);
     if (state.thread_index() == 0) {
-        delete client;
-        client = nullptr;
+        lat.report(state);
+        cpu.report(state);
+        delete g_engine;
+        g_engine = nullptr;
     }
 }
 
@@ -247,15 +151,178 @@ void BM_Library_Threads(benchmark::State& state) {
     World& w = World::get();
     double v;
     const uint32_t index = 100 + uint32_t(state.thread_index());
+    const CpuMeter cpu;
     for (auto _ : state)
         benchmark::DoNotOptimize(vaxo_GetVrValue(w.h, index, &v));
     state.SetItemsProcessed(state.iterations());
+    if (state.thread_index() == 0)
+        cpu.report(state);
 }
+
+// One thread keeps `depth` identical requests in flight on one raw socket: each reply read
+// lets one more request go out, replacements written together before the next read.
+void BM_RawSocket_Pipelined(benchmark::State& state) {
+    World& w = World::get();
+    const int depth = int(state.range(0));
+    const int fd = rawSession(w);
+    std::vector<char> burst;
+    for (int i = 0; i < depth; ++i)
+        burst.insert(burst.end(), w.vrRequest.begin(), w.vrRequest.end());
+    const std::size_t reqSize = w.vrRequest.size();
+    send(fd, burst.data(), burst.size(), MSG_NOSIGNAL);
+    std::vector<char> in(64 * 1024);
+    std::size_t have = 0;  // unread reply bytes in `in`
+    std::size_t owed = 0;  // replies taken whose replacement is not yet written
+    std::size_t inFlight = std::size_t(depth);
+    const CpuMeter cpu;
+    for (auto _ : state) {
+        if (have < kVrReplySize) {
+            if (owed) {
+                send(fd, burst.data(), owed * reqSize, MSG_NOSIGNAL);
+                inFlight += owed;
+                owed = 0;
+            }
+            while (have < kVrReplySize) {
+                const ssize_t r = recv(fd, in.data() + have, in.size() - have, 0);
+                if (r <= 0) {
+                    state.SkipWithError("raw read failed");
+                    break;
+                }
+                have += std::size_t(r);
+            }
+            if (have < kVrReplySize)
+                break;
+        }
+        // Consume one reply from the front; keep the rest at the start of the buffer.
+        have -= kVrReplySize;
+        std::memmove(in.data(), in.data() + kVrReplySize, have);
+        --inFlight;
+        ++owed;
+    }
+    // Drain what is still in flight so the next run starts on a quiet link.
+    std::size_t left = inFlight * kVrReplySize - std::min(have, inFlight * kVrReplySize);
+    while (left) {
+        const ssize_t r = recv(fd, in.data(), std::min(left, in.size()), 0);
+        if (r <= 0)
+            break;
+        left -= std::size_t(r);
+    }
+    close(fd);
+    state.SetItemsProcessed(state.iterations());
+    cpu.report(state);
+}
+
+// The simulated controller's own work per request: decoding VR(12) and answering it, without
+// the socket. Compare with the round trips above: it is a small part of them.
+void BM_Sim_VrRequest(benchmark::State& state) {
+    World& w = World::get();
+    Vaxo::Sim::Controller ctl(simConfig());
+    Vaxo::Sim::Session session(ctl, 1);
+    Vaxo::Sim::Outgoing out;
+    const auto* req = reinterpret_cast<const std::uint8_t*>(w.vrRequest.data());
+    // The open sequence puts the session in the state the library left it in.
+    for (const auto& bytes : w.openWrites) {
+        session.feed(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
+        while (session.next(out)) {
+        }
+    }
+    for (auto _ : state) {
+        session.feed(req, w.vrRequest.size());
+        if (!session.next(out) || out.bytes.size() != kVrReplySize) {
+            state.SkipWithError("the simulated controller did not answer");
+            break;
+        }
+        benchmark::DoNotOptimize(out.bytes.data());
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+
+// libmodbus's client reading one holding register from libmodbus's own server, which runs in
+// a thread of this process on its own loopback port.
+class ModbusPeer {
+public:
+    ModbusPeer() {
+        m_server = modbus_new_tcp("127.0.0.1", 0);
+        m_mapping = modbus_mapping_new(0, 0, 16, 0);
+        m_listen = modbus_tcp_listen(m_server, 1);
+        sockaddr_in a{};
+        socklen_t len = sizeof a;
+        getsockname(m_listen, reinterpret_cast<sockaddr*>(&a), &len);
+        const int port = ntohs(a.sin_port);
+        m_thread = std::thread([this] { serve(); });
+        m_client = modbus_new_tcp("127.0.0.1", port);
+        if (modbus_connect(m_client) != 0) {
+            modbus_free(m_client);
+            m_client = nullptr;
+        }
+    }
+    ~ModbusPeer() {
+        if (m_client) {
+            modbus_close(m_client);
+            modbus_free(m_client);
+        } else {
+            shutdown(m_listen, SHUT_RDWR);
+        }
+        m_thread.join();
+        close(m_listen);
+        modbus_mapping_free(m_mapping);
+        modbus_free(m_server);
+    }
+    bool read(std::uint16_t& value) { return m_client && modbus_read_registers(m_client, 3, 1, &value) == 1; }
+    static ModbusPeer& get() {
+        static ModbusPeer p;
+        return p;
+    }
+
+private:
+    void serve() {
+        int s = m_listen;
+        if (modbus_tcp_accept(m_server, &s) < 0)
+            return;
+        std::uint8_t query[MODBUS_TCP_MAX_ADU_LENGTH];
+        for (;;) {
+            const int n = modbus_receive(m_server, query);
+            if (n > 0)
+                modbus_reply(m_server, query, n, m_mapping);
+            else if (n < 0)
+                break; // the client closed
+        }
+        modbus_close(m_server);
+    }
+    modbus_t* m_server = nullptr;
+    modbus_t* m_client = nullptr;
+    modbus_mapping_t* m_mapping = nullptr;
+    int m_listen = -1;
+    std::thread m_thread;
+};
+
+void BM_Modbus_ReadRegister(benchmark::State& state) {
+    ModbusPeer& p = ModbusPeer::get();
+    Latencies lat;
+    std::uint16_t v = 0;
+    for (auto _ : state) {
+        const auto t0 = Clock::now();
+        if (!p.read(v)) {
+            state.SkipWithError("libmodbus read failed");
+            break;
+        }
+        lat.add(t0);
+    }
+    lat.report(state);
+}
+
+constexpr double kMin = 0.4;          // seconds per throughput run
+constexpr std::int64_t kSamples = 10000; // round trips per latency run
+// The script repeats every run and shuffles the repetitions; a fixed sample count keeps a
+// repetition that meets a burst of load from shrinking the others.
 
 } // namespace
 
-BENCHMARK(BM_RawSocket_PingPong)->UseRealTime()->MinTime(1.0);
-BENCHMARK(BM_EngineShaped_Call)->UseRealTime()->MinTime(1.0);
-BENCHMARK(BM_Library_GetVrValue)->UseRealTime()->MinTime(1.0);
-BENCHMARK(BM_Library_Threads)->UseRealTime()->MinTime(1.0)->Threads(1)->Threads(2)->Threads(4)->Threads(8)->Threads(16);
-BENCHMARK(BM_EngineShaped_Call)->Name("BM_EngineShaped_Threads")->UseRealTime()->MinTime(1.0)->Threads(1)->Threads(2)->Threads(8);
+BENCHMARK(BM_RawSocket_PingPong)->UseRealTime()->Iterations(kSamples);
+BENCHMARK(BM_EngineShaped_Call)->UseRealTime()->Iterations(kSamples);
+BENCHMARK(BM_Library_GetVrValue)->UseRealTime()->Iterations(kSamples);
+BENCHMARK(BM_Modbus_ReadRegister)->UseRealTime()->Iterations(kSamples);
+BENCHMARK(BM_Library_Threads)->UseRealTime()->MinTime(kMin)->ThreadRange(1, 16);
+BENCHMARK(BM_EngineShaped_Call)->Name("BM_EngineShaped_Threads")->UseRealTime()->MinTime(kMin)->ThreadRange(1, 16);
+BENCHMARK(BM_RawSocket_Pipelined)->UseRealTime()->MinTime(kMin)->RangeMultiplier(2)->Range(1, 16);
+BENCHMARK(BM_Sim_VrRequest)->MinTime(kMin);

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build, the tests and the tools need, if missing.
 set -euo pipefail
-pkgs=(build-essential cmake zlib1g-dev libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev
+pkgs=(build-essential cmake zlib1g-dev libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev libmodbus-dev gnuplot-nox
       python3 python3-pytest python3-crcmod clang-14 libclang-rt-14-dev valgrind)
 missing=()
 for p in "${pkgs[@]}"; do
