@@ -112,23 +112,27 @@ public:
                    double speed, int option);
 };
 
-// MOVEABSSEQ ( tableStart , points , axes , mode , speed , endSpeed , option ): always all seven
-// values, though the shortened count is worked out as for the relative form.
-class CmdMoveAbsSeq : public CmdMotion {
-public:
-    explicit CmdMoveAbsSeq(Connection_TCP& c) : CmdMotion(c, KnownTokens::MOVEABSSEQ) {}
-    ErrorCode send(int axis, int tableStart, int points, int axes, int mode, double speed, double endSpeed,
-                   int option);
-};
-
-// The relative sequence goes out under the same token as the absolute one (the controller's
+// MOVEABSSEQ ( tableStart , points , axes , mode , speed , endSpeed , option ). The absolute
+// form always sends all seven values, though the shortened count is worked out as for the
+// relative form. The relative sequence goes out under the same token (the controller's
 // firmware has no separate relative token in use here); option dropped when -1, then endSpeed
 // and speed when 0.
-class CmdMoveRelSeq : public CmdMotion {
+class CmdMoveSeq : public CmdMotion {
 public:
-    explicit CmdMoveRelSeq(Connection_TCP& c) : CmdMotion(c, KnownTokens::MOVEABSSEQ) {}
+    CmdMoveSeq(Connection_TCP& c, bool relative) : CmdMotion(c, KnownTokens::MOVEABSSEQ), m_relative(relative) {}
     ErrorCode send(int axis, int tableStart, int points, int axes, int mode, double speed, double endSpeed,
                    int option);
+
+private:
+    bool m_relative;
+};
+class CmdMoveAbsSeq : public CmdMoveSeq {
+public:
+    explicit CmdMoveAbsSeq(Connection_TCP& c) : CmdMoveSeq(c, false) {}
+};
+class CmdMoveRelSeq : public CmdMoveSeq {
+public:
+    explicit CmdMoveRelSeq(Connection_TCP& c) : CmdMoveSeq(c, true) {}
 };
 
 // MOVEPICK ( distance , tableStart [, option] ): option dropped when -1.
@@ -178,21 +182,20 @@ public:
     ErrorCode send(const int* mode) { return CmdArray::send(KnownTokens::RAPIDSTOP, mode ? 1u : 0u, mode); }
 };
 
-// SET_MOTION ( v0 , ... ) ZERO, at most 5 values.
-class CmdSetMotion : public CmdArray {
+// SET_MOTION ( v0 , ... ) ZERO with at most 5 values, SET_MOTIONSP with at most 9.
+template <KnownTokens Token, unsigned MaxValues>
+class CmdSetMotionT : public CmdArray {
 public:
-    static constexpr unsigned kMaxValues = 5;
-    explicit CmdSetMotion(Connection_TCP& c) : CmdArray(c) {}
-    ErrorCode send(const double* values, unsigned count);
+    static constexpr unsigned kMaxValues = MaxValues;
+    explicit CmdSetMotionT(Connection_TCP& c) : CmdArray(c) {}
+    ErrorCode send(const double* values, unsigned count) {
+        if (count > kMaxValues || (count > 0 && !values))
+            return ErrorCode::BadArgument;
+        return CmdArray::send(Token, count, values);
+    }
 };
-
-// SET_MOTIONSP ( v0 , ... ) ZERO, at most 9 values.
-class CmdSetMotionSp : public CmdArray {
-public:
-    static constexpr unsigned kMaxValues = 9;
-    explicit CmdSetMotionSp(Connection_TCP& c) : CmdArray(c) {}
-    ErrorCode send(const double* values, unsigned count);
-};
+using CmdSetMotion = CmdSetMotionT<KnownTokens::SET_MOTION, 5>;
+using CmdSetMotionSp = CmdSetMotionT<KnownTokens::SET_MOTIONSP, 9>;
 
 template <class Buffer>
 ErrorCode CmdMotion::encode(Buffer& b, unsigned count, const double* args, int axis) {

@@ -1,25 +1,11 @@
 // Every flat function of the parameter blocks refuses a null handle, and a null list, output
 // or callback, before anything reaches the connection.
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <vector>
-
-#include <vaxo/vaxo.h>
+#include "NullCases.h"
 
 namespace {
 
-constexpr uint64_t kConnectionContext = 0x8100000004ull;
-constexpr uint64_t kBadArgument = 0x010000000Cull;
+using namespace vaxotest;
 
-using Fn = std::function<uint64_t(VaxoHandle)>;
-struct NullCase {
-    const char* name;
-    Fn call;                      // every pointer valid
-    std::vector<Fn> nullPointer;  // one pointer null each
-};
-
-VaxoHandle fakeHandle() { return reinterpret_cast<VaxoHandle>(static_cast<uintptr_t>(0x10)); }
 void textCb(void*, const char*, uint32_t) {}
 
 TEST(ParamBlocksNull, HandleListsAndOutputs) {
@@ -140,13 +126,7 @@ TEST(ParamBlocksNull, HandleListsAndOutputs) {
         {"DeleteAll", [](VaxoHandle h) { return vaxo_ParamBlockDeleteAll(h); }, {}},
     };
     EXPECT_EQ(cases.size(), 40u) << "every parameter-block function of the flat list";
-    for (const auto& c : cases) {
-        EXPECT_EQ(c.call(nullptr), kConnectionContext) << c.name;
-        for (const auto& n : c.nullPointer) {
-            EXPECT_EQ(n(nullptr), kConnectionContext) << c.name << ": the handle is checked first";
-            EXPECT_EQ(n(fakeHandle()), kBadArgument) << c.name;
-        }
-    }
+    expectNullRefusals(cases);
 }
 
 } // namespace
