@@ -42,14 +42,14 @@ VAXO_FLAT_M(CamBoxMulti)
 #undef VAXO_FLAT_1
 #undef VAXO_FLAT_M
 
-VAXO_FLAT_PASS(MoveRelSeq, MoveRelSeq,
-               (int32_t axis, int32_t tableStart, int32_t points, int32_t axes, int32_t mode, double speed,
-                double endSpeed, int32_t option),
-               (axis, tableStart, points, axes, mode, speed, endSpeed, option))
-VAXO_FLAT_PASS(MoveAbsSeq, MoveAbsSeq,
-               (int32_t axis, int32_t tableStart, int32_t points, int32_t axes, int32_t mode, double speed,
-                double endSpeed, int32_t option),
-               (axis, tableStart, points, axes, mode, speed, endSpeed, option))
+#define VAXO_FLAT_SEQ(name)                                                                                      \
+    VAXO_FLAT_PASS(name, name,                                                                                   \
+                   (int32_t axis, int32_t tableStart, int32_t points, int32_t axes, int32_t mode, double speed,  \
+                    double endSpeed, int32_t option),                                                            \
+                   (axis, tableStart, points, axes, mode, speed, endSpeed, option))
+VAXO_FLAT_SEQ(MoveRelSeq)
+VAXO_FLAT_SEQ(MoveAbsSeq)
+#undef VAXO_FLAT_SEQ
 VAXO_FLAT_PASS(MoveCirc, MoveCirc,
                (int32_t axis, double end1, double end2, double centre1, double centre2, int32_t direction),
                (axis, end1, end2, centre1, centre2, direction))
@@ -129,18 +129,16 @@ VAXO_FLAT_PASS(StepRatio, StepRatio,
         const double v[] = {VAXO_NAMES_##n};                                                                     \
         return call(h, [&](IConnection& c) { return c.name(v, n); });                                            \
     }
-VAXO_FLAT_VALUES(SetMotion, 3, 2)
-VAXO_FLAT_VALUES(SetMotion, 4, 3)
-VAXO_FLAT_VALUES(SetMotion, 5, 4)
-VAXO_FLAT_VALUES(SetMotion, 6, 5)
-VAXO_FLAT_VALUES(SetMotionSp, 3, 2)
-VAXO_FLAT_VALUES(SetMotionSp, 4, 3)
-VAXO_FLAT_VALUES(SetMotionSp, 5, 4)
-VAXO_FLAT_VALUES(SetMotionSp, 6, 5)
+// Both take 2 to 5 values; SetMotionSp up to 9.
+#define VAXO_FLAT_VALUES_2_TO_5(name)                                                                            \
+    VAXO_FLAT_VALUES(name, 3, 2) VAXO_FLAT_VALUES(name, 4, 3) VAXO_FLAT_VALUES(name, 5, 4) VAXO_FLAT_VALUES(name, 6, 5)
+VAXO_FLAT_VALUES_2_TO_5(SetMotion)
+VAXO_FLAT_VALUES_2_TO_5(SetMotionSp)
 VAXO_FLAT_VALUES(SetMotionSp, 7, 6)
 VAXO_FLAT_VALUES(SetMotionSp, 8, 7)
 VAXO_FLAT_VALUES(SetMotionSp, 9, 8)
 VAXO_FLAT_VALUES(SetMotionSp, 10, 9)
+#undef VAXO_FLAT_VALUES_2_TO_5
 #undef VAXO_FLAT_VALUES
 
 } // extern "C"

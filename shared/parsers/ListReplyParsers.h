@@ -73,24 +73,22 @@ private:
     char m_last = '\0';
 };
 
-// What sets the two listings apart: the record of one line and how it is parsed, whether the
-// first line is a header to skip, and whether blank lines are skipped or refused.
-struct DirListing {
-    using Info = FileInfo;
-    static constexpr bool hasHeader = true;
-    static constexpr bool skipsBlankLines = false;
-    static bool parse(std::string_view line, FileInfo& info, char (&name)[132]) noexcept {
-        return parseFileEntry(line, info, name);
+// What sets the two listings apart: the record of one line and the entry parser that fills
+// it, whether the first line is a header to skip, and whether blank lines are skipped or
+// refused.
+template <class InfoT, bool Header, bool SkipBlank,
+          bool (*Parse)(std::string_view, InfoT&, char*, std::size_t) noexcept>
+struct Listing {
+    using Info = InfoT;
+    static constexpr bool hasHeader = Header;
+    static constexpr bool skipsBlankLines = SkipBlank;
+    template <std::size_t N>
+    static bool parse(std::string_view line, Info& info, char (&name)[N]) noexcept {
+        return Parse(line, info, name, N);
     }
 };
-struct ProcessListing {
-    using Info = ProcessInfo;
-    static constexpr bool hasHeader = false;
-    static constexpr bool skipsBlankLines = true;
-    static bool parse(std::string_view line, ProcessInfo& info, char (&name)[132]) noexcept {
-        return parseProcessInfoEntry(line, info, name);
-    }
-};
+using DirListing = Listing<FileInfo, true, false, parseFileEntryCore>;
+using ProcessListing = Listing<ProcessInfo, false, true, parseProcessInfoEntryCore>;
 
 // A listing, one entry per line, each passed to the callable as (Info, std::string_view name).
 // A line starting with "OK" or a 0x00 ends it. A line that does not parse gives BadResponse,

@@ -161,9 +161,10 @@ public:
 private:
     // Names come as text pointers or views; indices and runs as themselves.
     template <class Source>
-    static constexpr bool accepts = std::is_same_v<Item, std::string>
-                                        ? std::is_same_v<Source, const char*> || std::is_same_v<Source, std::string_view>
-                                        : std::is_same_v<Source, Item>;
+    static constexpr bool accepts =
+        std::is_same_v<Item, std::string>
+            ? std::is_same_v<Source, const char*> || std::is_same_v<Source, std::string_view>
+            : std::is_same_v<Source, Item>;
 
     // Appends (or replaces with) count items; the values are dropped, the definition changed.
     template <class Source>

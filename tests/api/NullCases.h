@@ -45,4 +45,10 @@ inline void expectNullRefusals(const std::vector<NullCase>& cases, VaxoHandle h 
     }
 }
 
+// The same, after checking that the table has one row per flat function of the family.
+inline void expectNullRefusals(const std::vector<NullCase>& cases, std::size_t functions) {
+    ASSERT_EQ(cases.size(), functions) << "one row per flat function of the family";
+    expectNullRefusals(cases);
+}
+
 } // namespace vaxotest

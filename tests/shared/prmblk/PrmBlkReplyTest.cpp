@@ -106,12 +106,12 @@ TEST(PrmBlkReply, ChangedBitsFoldPastSixtyFourEntries) {
 
 TEST(PrmBlkReply, WordsInTheBaseAsked) {
     std::uint64_t words[2] = {};
-    EXPECT_EQ(decodePrmBlkValues("ff,10", PrmBlkOutput<std::uint64_t>{words, 2, nullptr, 1, 2, 16}), ErrorCode::Success);
+    const PrmBlkOutput<std::uint64_t> hex{words, 2, nullptr, 1, 2, 16}, decimal{words, 2, nullptr, 1, 2, 10};
+    EXPECT_EQ(decodePrmBlkValues("ff,10", hex), ErrorCode::Success);
     EXPECT_EQ(words[0], 255u);
     EXPECT_EQ(words[1], 16u);
-    EXPECT_EQ(decodePrmBlkValues("ff", PrmBlkOutput<std::uint64_t>{words, 2, nullptr, 1, 2, 10}), ErrorCode::BadResponse);
-    EXPECT_EQ(decodePrmBlkValues("18446744073709551615,10", PrmBlkOutput<std::uint64_t>{words, 2, nullptr, 1, 2, 10}),
-              ErrorCode::Success);
+    EXPECT_EQ(decodePrmBlkValues("ff", decimal), ErrorCode::BadResponse);
+    EXPECT_EQ(decodePrmBlkValues("18446744073709551615,10", decimal), ErrorCode::Success);
     EXPECT_EQ(words[0], ~0ull);
 }
 
