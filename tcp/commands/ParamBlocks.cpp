@@ -72,10 +72,11 @@ ErrorCode CmdPrmBlk::readReplyText() {
     const unsigned timeout = m_connection.commandTimeout();
     char c = 0;
     while (!m_reply.done()) {
-        if (ErrorCode e = m_connection.ReadBytes(&c, 1, timeout); failed(e))
-            return e;
         std::uint32_t consumed = 0;
-        if (ErrorCode e = m_reply.feedData(&c, 1, consumed); failed(e))
+        ErrorCode e = m_connection.ReadBytes(&c, 1, timeout);
+        if (!failed(e))
+            e = m_reply.feedData(&c, 1, consumed);
+        if (failed(e))
             return e;
     }
     // The 0x00 is the first byte of the standard response.

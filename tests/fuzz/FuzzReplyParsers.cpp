@@ -56,6 +56,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     auto sink = [&](const DataStreamPacket& p, const char*) { bytes += p.length; };
     ForwardingParser<decltype(sink)> forward(sink);
     drive(forward, data, size, feedData, doneData);
+    // The three ways of keeping a text agree on where it ends and what it holds.
+    if (bytes != s.size() || forward.done() != str.done() || text.done() != str.done() || text.length() != s.size())
+        std::abort();
 
     int a = 0;
     unsigned b = 0;
