@@ -9,6 +9,24 @@ using Api::text;
 using Err = Shared::ErrorCode;
 using Shared::IConnection;
 
+namespace {
+
+// A text the connection keeps, handed to the host's callback once.
+template <class Get>
+std::uint64_t textTo(VaxoHandle h, VaxoTextCb cb, void* user, Get&& get) {
+    return call(
+        h,
+        [&](IConnection& c) {
+            std::string_view v;
+            const Err e = get(c, v);
+            cb(user, v.data(), std::uint32_t(v.size()));
+            return e;
+        },
+        required(cb));
+}
+
+} // namespace
+
 extern "C" {
 
 VAXO_API ErrorCode vaxo_CreateContext(const VersionInfo* version, VaxoEventCb cb, void* user, VaxoHandle* out) {
@@ -60,12 +78,7 @@ VAXO_API ErrorCode vaxo_GetApiVersion(VaxoHandle h, VersionInfo* out) {
 }
 
 VAXO_API ErrorCode vaxo_GetApiVersionStr(VaxoHandle h, VaxoTextCb cb, void* user) {
-    return call(h, [&](IConnection& c) {
-        std::string_view v;
-        const Err e = c.GetApiVersionStr(v);
-        cb(user, v.data(), std::uint32_t(v.size()));
-        return e;
-    }, required(cb));
+    return textTo(h, cb, user, [](IConnection& c, std::string_view& v) { return c.GetApiVersionStr(v); });
 }
 
 VAXO_API ErrorCode vaxo_SetTcpHostName(VaxoHandle h, const char* host) {
@@ -73,12 +86,7 @@ VAXO_API ErrorCode vaxo_SetTcpHostName(VaxoHandle h, const char* host) {
 }
 
 VAXO_API ErrorCode vaxo_GetTcpHostName(VaxoHandle h, VaxoTextCb cb, void* user) {
-    return call(h, [&](IConnection& c) {
-        std::string_view v;
-        const Err e = c.GetTcpHostName(v);
-        cb(user, v.data(), std::uint32_t(v.size()));
-        return e;
-    }, required(cb));
+    return textTo(h, cb, user, [](IConnection& c, std::string_view& v) { return c.GetTcpHostName(v); });
 }
 
 VAXO_API ErrorCode vaxo_SetTcpPort(VaxoHandle h, uint16_t port) {

@@ -11,106 +11,63 @@ static_assert(VAXO_ETHERCAT_OPERATIONAL == 8 && VAXO_ETHERCAT_INIT == 1, "networ
 
 extern "C" {
 
-VAXO_API ErrorCode vaxo_Ethercat_StartNetwork2(VaxoHandle h, int32_t slot) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_StartNetwork(slot); });
-}
-VAXO_API ErrorCode vaxo_Ethercat_StartNetwork3(VaxoHandle h, int32_t slot, uint32_t option) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_StartNetwork(slot, option); });
-}
-VAXO_API ErrorCode vaxo_Ethercat_StartNetwork4(VaxoHandle h, int32_t slot, uint32_t option, int32_t arg) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_StartNetwork(slot, option, arg); });
-}
-VAXO_API ErrorCode vaxo_Ethercat_StopNetwork(VaxoHandle h, int32_t slot) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_StopNetwork(slot); });
-}
-VAXO_API ErrorCode vaxo_Ethercat_CheckSlaveOnline(VaxoHandle h, int32_t slot, int32_t position, bool* online) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_CheckSlaveOnline(slot, position, *online); }, online);
-}
-VAXO_API ErrorCode vaxo_Ethercat_CheckSlaveOnline_VR(VaxoHandle h, int32_t slot, int32_t position, int32_t vr) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_CheckSlaveOnline_VR(slot, position, vr); });
-}
-VAXO_API ErrorCode vaxo_Ethercat_CheckNumberOfSlaves(VaxoHandle h, int32_t slot, uint32_t* count) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_CheckNumberOfSlaves(slot, *count); }, count);
-}
-VAXO_API ErrorCode vaxo_Ethercat_CheckNumberOfSlaves_VR(VaxoHandle h, int32_t slot, int32_t vr) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_CheckNumberOfSlaves_VR(slot, vr); });
-}
-VAXO_API ErrorCode vaxo_Ethercat_GetSlaveAddress(VaxoHandle h, int32_t slot, int32_t position, int32_t* address) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_GetSlaveAddress(slot, position, *address); }, address);
-}
-VAXO_API ErrorCode vaxo_Ethercat_GetSlaveAddress_VR(VaxoHandle h, int32_t slot, int32_t position, int32_t vr) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_GetSlaveAddress_VR(slot, position, vr); });
-}
-VAXO_API ErrorCode vaxo_Ethercat_GetSlaveAxis(VaxoHandle h, int32_t slot, int32_t position, int32_t* axis) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_GetSlaveAxis(slot, position, *axis); }, axis);
-}
-VAXO_API ErrorCode vaxo_Ethercat_GetSlaveAxis_VR(VaxoHandle h, int32_t slot, int32_t position, int32_t vr) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_GetSlaveAxis_VR(slot, position, vr); });
-}
-VAXO_API ErrorCode vaxo_Ethercat_SetState(VaxoHandle h, int32_t slot, uint32_t state, int32_t position) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_SetState(slot, state, position); });
-}
-VAXO_API ErrorCode vaxo_Ethercat_GetState(VaxoHandle h, int32_t slot, uint32_t* state) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_GetState(slot, *state); }, state);
-}
-VAXO_API ErrorCode vaxo_Ethercat_GetState_VR(VaxoHandle h, int32_t slot, int32_t vr) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_GetState_VR(slot, vr); });
-}
-VAXO_API ErrorCode vaxo_Ethercat_SendResetSequence2(VaxoHandle h, int32_t slot) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_SendResetSequence(slot); });
-}
-VAXO_API ErrorCode vaxo_Ethercat_SendResetSequence3(VaxoHandle h, int32_t slot, int32_t position) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_SendResetSequence(slot, position); });
-}
-VAXO_API ErrorCode vaxo_Ethercat_SendResetSequence4(VaxoHandle h, int32_t slot, int32_t position, int32_t arg) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_SendResetSequence(slot, position, arg); });
-}
-VAXO_API ErrorCode vaxo_Ethercat_DisplayNetworkConfig(VaxoHandle h, int32_t slot) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_DisplayNetworkConfig(slot); });
-}
-VAXO_API ErrorCode vaxo_Ethercat_SetStatusMaskAndTriggerPattern(VaxoHandle h, int32_t slot, int32_t position,
-                                                                 int32_t mask, int32_t pattern) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_SetStatusMaskAndTriggerPattern(slot, position, mask, pattern); });
-}
-VAXO_API ErrorCode vaxo_Ethercat_SetStatusMaskAndTriggerPattern_VR(VaxoHandle h, int32_t slot, int32_t position,
-                                                                    int32_t vr) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_SetStatusMaskAndTriggerPattern_VR(slot, position, vr); });
-}
+VAXO_FLAT_PASS(Ethercat_StartNetwork2, Ethercat_StartNetwork, (int32_t slot), (slot))
+VAXO_FLAT_PASS(Ethercat_StartNetwork3, Ethercat_StartNetwork, (int32_t slot, uint32_t option), (slot, option))
+VAXO_FLAT_PASS(Ethercat_StartNetwork4, Ethercat_StartNetwork,
+               (int32_t slot, uint32_t option, int32_t arg), (slot, option, arg))
+VAXO_FLAT_PASS(Ethercat_StopNetwork, Ethercat_StopNetwork, (int32_t slot), (slot))
+VAXO_FLAT_OUT(Ethercat_CheckSlaveOnline, Ethercat_CheckSlaveOnline,
+              (int32_t slot, int32_t position, bool* online), (slot, position, *online), online)
+VAXO_FLAT_PASS(Ethercat_CheckSlaveOnline_VR, Ethercat_CheckSlaveOnline_VR,
+               (int32_t slot, int32_t position, int32_t vr), (slot, position, vr))
+VAXO_FLAT_OUT(Ethercat_CheckNumberOfSlaves, Ethercat_CheckNumberOfSlaves,
+              (int32_t slot, uint32_t* count), (slot, *count), count)
+VAXO_FLAT_PASS(Ethercat_CheckNumberOfSlaves_VR, Ethercat_CheckNumberOfSlaves_VR, (int32_t slot, int32_t vr), (slot, vr))
+VAXO_FLAT_OUT(Ethercat_GetSlaveAddress, Ethercat_GetSlaveAddress,
+              (int32_t slot, int32_t position, int32_t* address), (slot, position, *address), address)
+VAXO_FLAT_PASS(Ethercat_GetSlaveAddress_VR, Ethercat_GetSlaveAddress_VR,
+               (int32_t slot, int32_t position, int32_t vr), (slot, position, vr))
+VAXO_FLAT_OUT(Ethercat_GetSlaveAxis, Ethercat_GetSlaveAxis,
+              (int32_t slot, int32_t position, int32_t* axis), (slot, position, *axis), axis)
+VAXO_FLAT_PASS(Ethercat_GetSlaveAxis_VR, Ethercat_GetSlaveAxis_VR,
+               (int32_t slot, int32_t position, int32_t vr), (slot, position, vr))
+VAXO_FLAT_PASS(Ethercat_SetState, Ethercat_SetState,
+               (int32_t slot, uint32_t state, int32_t position), (slot, state, position))
+VAXO_FLAT_OUT(Ethercat_GetState, Ethercat_GetState, (int32_t slot, uint32_t* state), (slot, *state), state)
+VAXO_FLAT_PASS(Ethercat_GetState_VR, Ethercat_GetState_VR, (int32_t slot, int32_t vr), (slot, vr))
+VAXO_FLAT_PASS(Ethercat_SendResetSequence2, Ethercat_SendResetSequence, (int32_t slot), (slot))
+VAXO_FLAT_PASS(Ethercat_SendResetSequence3, Ethercat_SendResetSequence,
+               (int32_t slot, int32_t position), (slot, position))
+VAXO_FLAT_PASS(Ethercat_SendResetSequence4, Ethercat_SendResetSequence,
+               (int32_t slot, int32_t position, int32_t arg), (slot, position, arg))
+VAXO_FLAT_PASS(Ethercat_DisplayNetworkConfig, Ethercat_DisplayNetworkConfig, (int32_t slot), (slot))
+VAXO_FLAT_PASS(Ethercat_SetStatusMaskAndTriggerPattern, Ethercat_SetStatusMaskAndTriggerPattern,
+               (int32_t slot, int32_t position, int32_t mask, int32_t pattern), (slot, position, mask, pattern))
+VAXO_FLAT_PASS(Ethercat_SetStatusMaskAndTriggerPattern_VR, Ethercat_SetStatusMaskAndTriggerPattern_VR,
+               (int32_t slot, int32_t position, int32_t vr), (slot, position, vr))
 VAXO_API ErrorCode vaxo_Ethercat_GetStatusMaskAndTriggerPattern(VaxoHandle h, int32_t slot, int32_t position,
                                                                  uint32_t* mask, uint32_t* pattern) {
     return call(
         h, [&](IConnection& c) { return c.Ethercat_GetStatusMaskAndTriggerPattern(slot, position, *mask, *pattern); },
         mask, pattern);
 }
-VAXO_API ErrorCode vaxo_Ethercat_GetStatusMaskAndTriggerPattern_VR(VaxoHandle h, int32_t slot, int32_t position,
-                                                                    int32_t vr) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_GetStatusMaskAndTriggerPattern_VR(slot, position, vr); });
-}
-VAXO_API ErrorCode vaxo_Ethercat_SetSync0StartTime(VaxoHandle h, int32_t value) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_SetSync0StartTime(value); });
-}
-VAXO_API ErrorCode vaxo_Ethercat_SetSync0StartTime_VR(VaxoHandle h, int32_t vr) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_SetSync0StartTime_VR(vr); });
-}
-VAXO_API ErrorCode vaxo_Ethercat_SetDistrClockMaster(VaxoHandle h, int32_t slot, int32_t position, int32_t value) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_SetDistrClockMaster(slot, position, value); });
-}
-VAXO_API ErrorCode vaxo_Ethercat_SetDistrClockMaster_VR(VaxoHandle h, int32_t slot, int32_t position, int32_t vr) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_SetDistrClockMaster_VR(slot, position, vr); });
-}
-VAXO_API ErrorCode vaxo_Ethercat_SetEmergencyMsgControl(VaxoHandle h, int32_t slot, int32_t value) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_SetEmergencyMsgControl(slot, value); });
-}
-VAXO_API ErrorCode vaxo_Ethercat_GetEmergencyMsgControl(VaxoHandle h, int32_t slot, uint32_t* value) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_GetEmergencyMsgControl(slot, *value); }, value);
-}
-VAXO_API ErrorCode vaxo_Ethercat_GetEmergencyMsgControl_VR(VaxoHandle h, int32_t slot, int32_t vr) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_GetEmergencyMsgControl_VR(slot, vr); });
-}
-VAXO_API ErrorCode vaxo_Ethercat_GetSlave_ESC_Register(VaxoHandle h, int32_t slot, int32_t position, int32_t address,
-                                                       int32_t size, int32_t vr) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_GetSlave_ESC_Register(slot, position, address, size, vr); });
-}
+VAXO_FLAT_PASS(Ethercat_GetStatusMaskAndTriggerPattern_VR, Ethercat_GetStatusMaskAndTriggerPattern_VR,
+               (int32_t slot, int32_t position, int32_t vr), (slot, position, vr))
+VAXO_FLAT_PASS(Ethercat_SetSync0StartTime, Ethercat_SetSync0StartTime, (int32_t value), (value))
+VAXO_FLAT_PASS(Ethercat_SetSync0StartTime_VR, Ethercat_SetSync0StartTime_VR, (int32_t vr), (vr))
+VAXO_FLAT_PASS(Ethercat_SetDistrClockMaster, Ethercat_SetDistrClockMaster,
+               (int32_t slot, int32_t position, int32_t value), (slot, position, value))
+VAXO_FLAT_PASS(Ethercat_SetDistrClockMaster_VR, Ethercat_SetDistrClockMaster_VR,
+               (int32_t slot, int32_t position, int32_t vr), (slot, position, vr))
+VAXO_FLAT_PASS(Ethercat_SetEmergencyMsgControl, Ethercat_SetEmergencyMsgControl,
+               (int32_t slot, int32_t value), (slot, value))
+VAXO_FLAT_OUT(Ethercat_GetEmergencyMsgControl, Ethercat_GetEmergencyMsgControl,
+              (int32_t slot, uint32_t* value), (slot, *value), value)
+VAXO_FLAT_PASS(Ethercat_GetEmergencyMsgControl_VR, Ethercat_GetEmergencyMsgControl_VR,
+               (int32_t slot, int32_t vr), (slot, vr))
+VAXO_FLAT_PASS(Ethercat_GetSlave_ESC_Register, Ethercat_GetSlave_ESC_Register,
+               (int32_t slot, int32_t position, int32_t address, int32_t size, int32_t vr),
+               (slot, position, address, size, vr))
 VAXO_API ErrorCode vaxo_Ethercat_SetSlave_ESC_Register(VaxoHandle h, int32_t slot, int32_t position, int32_t address,
                                                        const char* data, uint32_t size) {
     return call(
@@ -125,14 +82,12 @@ VAXO_API ErrorCode vaxo_Ethercat_CoRead(VaxoHandle h, int32_t slot, int32_t posi
     return call(h, [&](IConnection& c) { return c.Ethercat_CoRead(slot, position, index, subindex, type, *value); },
                 value);
 }
-VAXO_API ErrorCode vaxo_Ethercat_CoReadAxis(VaxoHandle h, int32_t axis, uint32_t index, uint32_t subindex,
-                                            uint32_t type, double* value) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_CoReadAxis(axis, index, subindex, type, *value); }, value);
-}
-VAXO_API ErrorCode vaxo_Ethercat_CoWrite_Value7a(VaxoHandle h, int32_t slot, int32_t position, uint32_t index,
-                                                 uint32_t subindex, uint32_t type, double value) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_CoWrite_Value(slot, position, index, subindex, type, value); });
-}
+VAXO_FLAT_OUT(Ethercat_CoReadAxis, Ethercat_CoReadAxis,
+              (int32_t axis, uint32_t index, uint32_t subindex, uint32_t type, double* value),
+              (axis, index, subindex, type, *value), value)
+VAXO_FLAT_PASS(Ethercat_CoWrite_Value7a, Ethercat_CoWrite_Value,
+               (int32_t slot, int32_t position, uint32_t index, uint32_t subindex, uint32_t type, double value),
+               (slot, position, index, subindex, type, value))
 VAXO_API ErrorCode vaxo_Ethercat_CoWrite_Value7b(VaxoHandle h, int32_t slot, int32_t position, uint32_t index,
                                                  uint32_t subindex, uint32_t type, const char* text) {
     return call(
@@ -142,14 +97,12 @@ VAXO_API ErrorCode vaxo_Ethercat_CoWrite_Value7b(VaxoHandle h, int32_t slot, int
         },
         text);
 }
-VAXO_API ErrorCode vaxo_Ethercat_CoWrite_VR(VaxoHandle h, int32_t slot, int32_t position, uint32_t index,
-                                            uint32_t subindex, uint32_t type, int32_t vr) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_CoWrite_VR(slot, position, index, subindex, type, vr); });
-}
-VAXO_API ErrorCode vaxo_Ethercat_CoWriteAxis_Value6a(VaxoHandle h, int32_t axis, uint32_t index, uint32_t subindex,
-                                                     uint32_t type, double value) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_CoWriteAxis_Value(axis, index, subindex, type, value); });
-}
+VAXO_FLAT_PASS(Ethercat_CoWrite_VR, Ethercat_CoWrite_VR,
+               (int32_t slot, int32_t position, uint32_t index, uint32_t subindex, uint32_t type, int32_t vr),
+               (slot, position, index, subindex, type, vr))
+VAXO_FLAT_PASS(Ethercat_CoWriteAxis_Value6a, Ethercat_CoWriteAxis_Value,
+               (int32_t axis, uint32_t index, uint32_t subindex, uint32_t type, double value),
+               (axis, index, subindex, type, value))
 VAXO_API ErrorCode vaxo_Ethercat_CoWriteAxis_Value6b(VaxoHandle h, int32_t axis, uint32_t index, uint32_t subindex,
                                                      uint32_t type, const char* text) {
     return call(
@@ -159,9 +112,8 @@ VAXO_API ErrorCode vaxo_Ethercat_CoWriteAxis_Value6b(VaxoHandle h, int32_t axis,
         },
         text);
 }
-VAXO_API ErrorCode vaxo_Ethercat_CoWriteAxis_VR(VaxoHandle h, int32_t axis, uint32_t index, uint32_t subindex,
-                                                uint32_t type, int32_t vr) {
-    return call(h, [&](IConnection& c) { return c.Ethercat_CoWriteAxis_VR(axis, index, subindex, type, vr); });
-}
+VAXO_FLAT_PASS(Ethercat_CoWriteAxis_VR, Ethercat_CoWriteAxis_VR,
+               (int32_t axis, uint32_t index, uint32_t subindex, uint32_t type, int32_t vr),
+               (axis, index, subindex, type, vr))
 
 } // extern "C"

@@ -36,3 +36,17 @@ inline const void* required(Fn* fn) {
 }
 
 } // namespace Vaxo::Ubrix::Api
+
+// Flat functions that only check the handle (and their out-pointers) and pass their arguments
+// on, one row each: the name after vaxo_, the operation, the parameters after the handle, the
+// operation's arguments, and for VAXO_FLAT_OUT the pointers that must not be null.
+#define VAXO_WITH_HANDLE(...) VaxoHandle h __VA_OPT__(, ) __VA_ARGS__
+#define VAXO_FLAT_PASS(flat, op, params, args)                                                                   \
+    VAXO_API ErrorCode vaxo_##flat(VAXO_WITH_HANDLE params) {                                                    \
+        return Vaxo::Ubrix::Api::call(h, [&](Vaxo::Ubrix::Shared::IConnection& c) { return c.op args; });        \
+    }
+#define VAXO_FLAT_OUT(flat, op, params, args, ...)                                                               \
+    VAXO_API ErrorCode vaxo_##flat(VAXO_WITH_HANDLE params) {                                                    \
+        return Vaxo::Ubrix::Api::call(                                                                           \
+            h, [&](Vaxo::Ubrix::Shared::IConnection& c) { return c.op args; }, __VA_ARGS__);                     \
+    }

@@ -42,166 +42,103 @@ VAXO_FLAT_M(CamBoxMulti)
 #undef VAXO_FLAT_1
 #undef VAXO_FLAT_M
 
-VAXO_API ErrorCode vaxo_MoveRelSeq(VaxoHandle h, int32_t axis, int32_t tableStart, int32_t points, int32_t axes,
-                                   int32_t mode, double speed, double endSpeed, int32_t option) {
-    return call(h, [&](IConnection& c) {
-        return c.MoveRelSeq(axis, tableStart, points, axes, mode, speed, endSpeed, option);
-    });
-}
-VAXO_API ErrorCode vaxo_MoveAbsSeq(VaxoHandle h, int32_t axis, int32_t tableStart, int32_t points, int32_t axes,
-                                   int32_t mode, double speed, double endSpeed, int32_t option) {
-    return call(h, [&](IConnection& c) {
-        return c.MoveAbsSeq(axis, tableStart, points, axes, mode, speed, endSpeed, option);
-    });
-}
-VAXO_API ErrorCode vaxo_MoveCirc(VaxoHandle h, int32_t axis, double end1, double end2, double centre1, double centre2,
-                                 int32_t direction) {
-    return call(h, [&](IConnection& c) { return c.MoveCirc(axis, end1, end2, centre1, centre2, direction); });
-}
-VAXO_API ErrorCode vaxo_MoveCircSp(VaxoHandle h, int32_t axis, double end1, double end2, double centre1,
-                                   double centre2, int32_t direction, double speed, int32_t option) {
-    return call(h, [&](IConnection& c) {
-        return c.MoveCircSp(axis, end1, end2, centre1, centre2, direction, speed, option);
-    });
-}
-VAXO_API ErrorCode vaxo_MoveHelical(VaxoHandle h, int32_t axis, double end1, double end2, double centre1,
-                                    double centre2, int32_t direction, double distance3, int32_t mode) {
-    return call(h, [&](IConnection& c) {
-        return c.MoveHelical(axis, end1, end2, centre1, centre2, direction, distance3, mode);
-    });
-}
-VAXO_API ErrorCode vaxo_MoveHelicalSp(VaxoHandle h, int32_t axis, double end1, double end2, double centre1,
-                                      double centre2, int32_t direction, double distance3, int32_t mode, double speed,
-                                      int32_t option) {
-    return call(h, [&](IConnection& c) {
-        return c.MoveHelicalSp(axis, end1, end2, centre1, centre2, direction, distance3, mode, speed, option);
-    });
-}
-VAXO_API ErrorCode vaxo_MoveSpherical(VaxoHandle h, int32_t axis, double end1, double end2, double end3, double mid1,
-                                      double mid2, double mid3, int32_t mode) {
-    return call(h, [&](IConnection& c) { return c.MoveSpherical(axis, end1, end2, end3, mid1, mid2, mid3, mode); });
-}
-VAXO_API ErrorCode vaxo_MoveSphericalSp(VaxoHandle h, int32_t axis, double end1, double end2, double end3,
-                                        double mid1, double mid2, double mid3, int32_t mode, double speed,
-                                        int32_t option) {
-    return call(h, [&](IConnection& c) {
-        return c.MoveSphericalSp(axis, end1, end2, end3, mid1, mid2, mid3, mode, speed, option);
-    });
-}
-VAXO_API ErrorCode vaxo_MovePick(VaxoHandle h, double distance, int32_t tableStart, int32_t option, int32_t axis) {
-    return call(h, [&](IConnection& c) { return c.MovePick(distance, tableStart, option, axis); });
-}
-VAXO_API ErrorCode vaxo_MoveLink(VaxoHandle h, double distance, double linkDistance, double linkAccel,
-                                 double linkDecel, int32_t linkAxis, int32_t linkOption, double linkPosition,
-                                 int32_t axis) {
-    return call(h, [&](IConnection& c) {
-        return c.MoveLink(distance, linkDistance, linkAccel, linkDecel, linkAxis, linkOption, linkPosition, axis);
-    });
-}
-VAXO_API ErrorCode vaxo_Cam(VaxoHandle h, double tableStart, double tableEnd, double multiplier, double distance,
-                            int32_t axis) {
-    return call(h, [&](IConnection& c) { return c.Cam(tableStart, tableEnd, multiplier, distance, axis); });
-}
-VAXO_API ErrorCode vaxo_CamBox(VaxoHandle h, double tableStart, double tableEnd, double multiplier,
-                               double linkDistance, int32_t linkAxis, int32_t linkOption, double linkPosition,
-                               int32_t axis) {
-    return call(h, [&](IConnection& c) {
-        return c.CamBox(tableStart, tableEnd, multiplier, linkDistance, linkAxis, linkOption, linkPosition, axis);
-    });
-}
-VAXO_API ErrorCode vaxo_Connect(VaxoHandle h, double ratio, int32_t drivingAxis, uint32_t mode, int32_t axis) {
-    return call(h, [&](IConnection& c) { return c.Connect(ratio, drivingAxis, mode, axis); });
-}
-VAXO_API ErrorCode vaxo_ConnPath(VaxoHandle h, double ratio, int32_t drivingAxis, int32_t axis) {
-    return call(h, [&](IConnection& c) { return c.ConnPath(ratio, drivingAxis, axis); });
-}
-VAXO_API ErrorCode vaxo_Forward(VaxoHandle h, int32_t axis) {
-    return call(h, [&](IConnection& c) { return c.Forward(axis); });
-}
-VAXO_API ErrorCode vaxo_Reverse(VaxoHandle h, int32_t axis) {
-    return call(h, [&](IConnection& c) { return c.Reverse(axis); });
-}
-VAXO_API ErrorCode vaxo_Cancel(VaxoHandle h, int32_t mode, int32_t axis) {
-    return call(h, [&](IConnection& c) { return c.Cancel(mode, axis); });
-}
-VAXO_API ErrorCode vaxo_RapidStop(VaxoHandle h, int32_t* mode) {
-    return call(h, [&](IConnection& c) { return c.RapidStop(mode); });
-}
-VAXO_API ErrorCode vaxo_Datum(VaxoHandle h, int32_t mode, int32_t axis) {
-    return call(h, [&](IConnection& c) { return c.Datum(mode, axis); });
-}
-VAXO_API ErrorCode vaxo_AddAx2(VaxoHandle h, int32_t linkedAxis) {
-    return call(h, [&](IConnection& c) { return c.AddAx(linkedAxis, -1); });
-}
-VAXO_API ErrorCode vaxo_AddAx3(VaxoHandle h, int32_t linkedAxis, int32_t axis) {
-    return call(h, [&](IConnection& c) { return c.AddAx(linkedAxis, axis); });
-}
-VAXO_API ErrorCode vaxo_AddDac2(VaxoHandle h, int32_t linkedAxis) {
-    return call(h, [&](IConnection& c) { return c.AddDac(linkedAxis, -1); });
-}
-VAXO_API ErrorCode vaxo_AddDac3(VaxoHandle h, int32_t linkedAxis, int32_t axis) {
-    return call(h, [&](IConnection& c) { return c.AddDac(linkedAxis, axis); });
-}
-VAXO_API ErrorCode vaxo_Backlash(VaxoHandle h, double distance, double speed, double accel, int32_t axis) {
-    return call(h, [&](IConnection& c) { return c.Backlash(distance, speed, accel, axis); });
-}
-VAXO_API ErrorCode vaxo_BacklashDisable(VaxoHandle h, int32_t axis) {
-    return call(h, [&](IConnection& c) { return c.BacklashDisable(axis); });
-}
-VAXO_API ErrorCode vaxo_EncoderRatio(VaxoHandle h, int32_t mposCount, int32_t inputCount, int32_t axis) {
-    return call(h, [&](IConnection& c) { return c.EncoderRatio(mposCount, inputCount, axis); });
-}
-VAXO_API ErrorCode vaxo_StepRatio(VaxoHandle h, int32_t outputCount, int32_t dposCount, int32_t axis) {
-    return call(h, [&](IConnection& c) { return c.StepRatio(outputCount, dposCount, axis); });
-}
+#define VAXO_FLAT_SEQ(name)                                                                                      \
+    VAXO_FLAT_PASS(name, name,                                                                                   \
+                   (int32_t axis, int32_t tableStart, int32_t points, int32_t axes, int32_t mode, double speed,  \
+                    double endSpeed, int32_t option),                                                            \
+                   (axis, tableStart, points, axes, mode, speed, endSpeed, option))
+VAXO_FLAT_SEQ(MoveRelSeq)
+VAXO_FLAT_SEQ(MoveAbsSeq)
+#undef VAXO_FLAT_SEQ
+VAXO_FLAT_PASS(MoveCirc, MoveCirc,
+               (int32_t axis, double end1, double end2, double centre1, double centre2, int32_t direction),
+               (axis, end1, end2, centre1, centre2, direction))
+VAXO_FLAT_PASS(MoveCircSp, MoveCircSp,
+               (int32_t axis, double end1, double end2, double centre1, double centre2, int32_t direction, double speed,
+                int32_t option),
+               (axis, end1, end2, centre1, centre2, direction, speed, option))
+VAXO_FLAT_PASS(MoveHelical, MoveHelical,
+               (int32_t axis, double end1, double end2, double centre1, double centre2, int32_t direction,
+                double distance3, int32_t mode),
+               (axis, end1, end2, centre1, centre2, direction, distance3, mode))
+VAXO_FLAT_PASS(MoveHelicalSp, MoveHelicalSp,
+               (int32_t axis, double end1, double end2, double centre1, double centre2, int32_t direction,
+                double distance3, int32_t mode, double speed, int32_t option),
+               (axis, end1, end2, centre1, centre2, direction, distance3, mode, speed, option))
+VAXO_FLAT_PASS(MoveSpherical, MoveSpherical,
+               (int32_t axis, double end1, double end2, double end3, double mid1, double mid2, double mid3,
+                int32_t mode),
+               (axis, end1, end2, end3, mid1, mid2, mid3, mode))
+VAXO_FLAT_PASS(MoveSphericalSp, MoveSphericalSp,
+               (int32_t axis, double end1, double end2, double end3, double mid1, double mid2, double mid3,
+                int32_t mode, double speed, int32_t option),
+               (axis, end1, end2, end3, mid1, mid2, mid3, mode, speed, option))
+VAXO_FLAT_PASS(MovePick, MovePick,
+               (double distance, int32_t tableStart, int32_t option, int32_t axis),
+               (distance, tableStart, option, axis))
+VAXO_FLAT_PASS(MoveLink, MoveLink,
+               (double distance, double linkDistance, double linkAccel, double linkDecel, int32_t linkAxis,
+                int32_t linkOption, double linkPosition, int32_t axis),
+               (distance, linkDistance, linkAccel, linkDecel, linkAxis, linkOption, linkPosition, axis))
+VAXO_FLAT_PASS(Cam, Cam,
+               (double tableStart, double tableEnd, double multiplier, double distance, int32_t axis),
+               (tableStart, tableEnd, multiplier, distance, axis))
+VAXO_FLAT_PASS(CamBox, CamBox,
+               (double tableStart, double tableEnd, double multiplier, double linkDistance, int32_t linkAxis,
+                int32_t linkOption, double linkPosition, int32_t axis),
+               (tableStart, tableEnd, multiplier, linkDistance, linkAxis, linkOption, linkPosition, axis))
+VAXO_FLAT_PASS(Connect, Connect,
+               (double ratio, int32_t drivingAxis, uint32_t mode, int32_t axis), (ratio, drivingAxis, mode, axis))
+VAXO_FLAT_PASS(ConnPath, ConnPath, (double ratio, int32_t drivingAxis, int32_t axis), (ratio, drivingAxis, axis))
+VAXO_FLAT_PASS(Forward, Forward, (int32_t axis), (axis))
+VAXO_FLAT_PASS(Reverse, Reverse, (int32_t axis), (axis))
+VAXO_FLAT_PASS(Cancel, Cancel, (int32_t mode, int32_t axis), (mode, axis))
+VAXO_FLAT_PASS(RapidStop, RapidStop, (int32_t* mode), (mode))
+VAXO_FLAT_PASS(Datum, Datum, (int32_t mode, int32_t axis), (mode, axis))
+VAXO_FLAT_PASS(AddAx2, AddAx, (int32_t linkedAxis), (linkedAxis, -1))
+VAXO_FLAT_PASS(AddAx3, AddAx, (int32_t linkedAxis, int32_t axis), (linkedAxis, axis))
+VAXO_FLAT_PASS(AddDac2, AddDac, (int32_t linkedAxis), (linkedAxis, -1))
+VAXO_FLAT_PASS(AddDac3, AddDac, (int32_t linkedAxis, int32_t axis), (linkedAxis, axis))
+VAXO_FLAT_PASS(Backlash, Backlash,
+               (double distance, double speed, double accel, int32_t axis), (distance, speed, accel, axis))
+VAXO_FLAT_PASS(BacklashDisable, BacklashDisable, (int32_t axis), (axis))
+VAXO_FLAT_PASS(EncoderRatio, EncoderRatio,
+               (int32_t mposCount, int32_t inputCount, int32_t axis), (mposCount, inputCount, axis))
+VAXO_FLAT_PASS(StepRatio, StepRatio,
+               (int32_t outputCount, int32_t dposCount, int32_t axis), (outputCount, dposCount, axis))
 
-VAXO_API ErrorCode vaxo_SetMotion3(VaxoHandle h, double v1, double v2) {
-    const double v[] = {v1, v2};
-    return call(h, [&](IConnection& c) { return c.SetMotion(v, 2); });
-}
-VAXO_API ErrorCode vaxo_SetMotion4(VaxoHandle h, double v1, double v2, double v3) {
-    const double v[] = {v1, v2, v3};
-    return call(h, [&](IConnection& c) { return c.SetMotion(v, 3); });
-}
-VAXO_API ErrorCode vaxo_SetMotion5(VaxoHandle h, double v1, double v2, double v3, double v4) {
-    const double v[] = {v1, v2, v3, v4};
-    return call(h, [&](IConnection& c) { return c.SetMotion(v, 4); });
-}
-VAXO_API ErrorCode vaxo_SetMotion6(VaxoHandle h, double v1, double v2, double v3, double v4, double v5) {
-    const double v[] = {v1, v2, v3, v4, v5};
-    return call(h, [&](IConnection& c) { return c.SetMotion(v, 5); });
-}
-VAXO_API ErrorCode vaxo_SetMotionSp3(VaxoHandle h, double v1, double v2) {
-    const double v[] = {v1, v2};
-    return call(h, [&](IConnection& c) { return c.SetMotionSp(v, 2); });
-}
-VAXO_API ErrorCode vaxo_SetMotionSp4(VaxoHandle h, double v1, double v2, double v3) {
-    const double v[] = {v1, v2, v3};
-    return call(h, [&](IConnection& c) { return c.SetMotionSp(v, 3); });
-}
-VAXO_API ErrorCode vaxo_SetMotionSp5(VaxoHandle h, double v1, double v2, double v3, double v4) {
-    const double v[] = {v1, v2, v3, v4};
-    return call(h, [&](IConnection& c) { return c.SetMotionSp(v, 4); });
-}
-VAXO_API ErrorCode vaxo_SetMotionSp6(VaxoHandle h, double v1, double v2, double v3, double v4, double v5) {
-    const double v[] = {v1, v2, v3, v4, v5};
-    return call(h, [&](IConnection& c) { return c.SetMotionSp(v, 5); });
-}
-VAXO_API ErrorCode vaxo_SetMotionSp7(VaxoHandle h, double v1, double v2, double v3, double v4, double v5, double v6) {
-    const double v[] = {v1, v2, v3, v4, v5, v6};
-    return call(h, [&](IConnection& c) { return c.SetMotionSp(v, 6); });
-}
-VAXO_API ErrorCode vaxo_SetMotionSp8(VaxoHandle h, double v1, double v2, double v3, double v4, double v5, double v6, double v7) {
-    const double v[] = {v1, v2, v3, v4, v5, v6, v7};
-    return call(h, [&](IConnection& c) { return c.SetMotionSp(v, 7); });
-}
-VAXO_API ErrorCode vaxo_SetMotionSp9(VaxoHandle h, double v1, double v2, double v3, double v4, double v5, double v6, double v7, double v8) {
-    const double v[] = {v1, v2, v3, v4, v5, v6, v7, v8};
-    return call(h, [&](IConnection& c) { return c.SetMotionSp(v, 8); });
-}
-VAXO_API ErrorCode vaxo_SetMotionSp10(VaxoHandle h, double v1, double v2, double v3, double v4, double v5, double v6, double v7, double v8, double v9) {
-    const double v[] = {v1, v2, v3, v4, v5, v6, v7, v8, v9};
-    return call(h, [&](IConnection& c) { return c.SetMotionSp(v, 9); });
-}
+// SetMotion and SetMotionSp with 2 to 9 values: the digit of the name counts the handle too.
+#define VAXO_VALUES_2 double v1, double v2
+#define VAXO_VALUES_3 VAXO_VALUES_2, double v3
+#define VAXO_VALUES_4 VAXO_VALUES_3, double v4
+#define VAXO_VALUES_5 VAXO_VALUES_4, double v5
+#define VAXO_VALUES_6 VAXO_VALUES_5, double v6
+#define VAXO_VALUES_7 VAXO_VALUES_6, double v7
+#define VAXO_VALUES_8 VAXO_VALUES_7, double v8
+#define VAXO_VALUES_9 VAXO_VALUES_8, double v9
+#define VAXO_NAMES_2 v1, v2
+#define VAXO_NAMES_3 VAXO_NAMES_2, v3
+#define VAXO_NAMES_4 VAXO_NAMES_3, v4
+#define VAXO_NAMES_5 VAXO_NAMES_4, v5
+#define VAXO_NAMES_6 VAXO_NAMES_5, v6
+#define VAXO_NAMES_7 VAXO_NAMES_6, v7
+#define VAXO_NAMES_8 VAXO_NAMES_7, v8
+#define VAXO_NAMES_9 VAXO_NAMES_8, v9
+#define VAXO_FLAT_VALUES(name, digit, n)                                                                         \
+    VAXO_API ErrorCode vaxo_##name##digit(VaxoHandle h, VAXO_VALUES_##n) {                                       \
+        const double v[] = {VAXO_NAMES_##n};                                                                     \
+        return call(h, [&](IConnection& c) { return c.name(v, n); });                                            \
+    }
+// Both take 2 to 5 values; SetMotionSp up to 9.
+#define VAXO_FLAT_VALUES_2_TO_5(name)                                                                            \
+    VAXO_FLAT_VALUES(name, 3, 2) VAXO_FLAT_VALUES(name, 4, 3) VAXO_FLAT_VALUES(name, 5, 4) VAXO_FLAT_VALUES(name, 6, 5)
+VAXO_FLAT_VALUES_2_TO_5(SetMotion)
+VAXO_FLAT_VALUES_2_TO_5(SetMotionSp)
+VAXO_FLAT_VALUES(SetMotionSp, 7, 6)
+VAXO_FLAT_VALUES(SetMotionSp, 8, 7)
+VAXO_FLAT_VALUES(SetMotionSp, 9, 8)
+VAXO_FLAT_VALUES(SetMotionSp, 10, 9)
+#undef VAXO_FLAT_VALUES_2_TO_5
+#undef VAXO_FLAT_VALUES
 
 } // extern "C"

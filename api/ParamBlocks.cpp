@@ -12,6 +12,12 @@ namespace {
 static_assert(sizeof(::Range) == sizeof(Shared::Range) && offsetof(::Range, count) == offsetof(Shared::Range, count));
 
 const Shared::Range* ranges(const ::Range* r) { return reinterpret_cast<const Shared::Range*>(r); }
+// A define list as the connection takes it: indices and names as they are, ranges converted.
+template <class T>
+T* list(T* items) {
+    return items;
+}
+const Shared::Range* list(::Range* r) { return ranges(r); }
 Shared::Range range(::Range r) { return Shared::Range{r.first, r.count}; }
 
 } // namespace
@@ -20,36 +26,22 @@ extern "C" {
 
 // ---- define / append ----
 
-VAXO_API ErrorCode vaxo_ParamBlockDefineVr(VaxoHandle h, uint32_t* indices, uint32_t count, int32_t* block) {
-    return call(h, [&](IConnection& c) { return c.ParamBlockDefineVr(indices, count, *block); }, indices, block);
-}
-VAXO_API ErrorCode vaxo_ParamBlockAppendVr(VaxoHandle h, int32_t block, uint32_t* indices, uint32_t count) {
-    return call(h, [&](IConnection& c) { return c.ParamBlockAppendVr(block, indices, count); }, indices);
-}
-VAXO_API ErrorCode vaxo_ParamBlockDefineTable(VaxoHandle h, uint32_t* indices, uint32_t count, int32_t* block) {
-    return call(h, [&](IConnection& c) { return c.ParamBlockDefineTable(indices, count, *block); }, indices, block);
-}
-VAXO_API ErrorCode vaxo_ParamBlockAppendTable(VaxoHandle h, int32_t block, uint32_t* indices, uint32_t count) {
-    return call(h, [&](IConnection& c) { return c.ParamBlockAppendTable(block, indices, count); }, indices);
-}
-VAXO_API ErrorCode vaxo_ParamBlockDefineAxis(VaxoHandle h, const char** names, uint32_t count, int32_t* block) {
-    return call(h, [&](IConnection& c) { return c.ParamBlockDefineAxis(names, count, *block); }, names, block);
-}
-VAXO_API ErrorCode vaxo_ParamBlockAppendAxis(VaxoHandle h, int32_t block, const char** names, uint32_t count) {
-    return call(h, [&](IConnection& c) { return c.ParamBlockAppendAxis(block, names, count); }, names);
-}
-VAXO_API ErrorCode vaxo_ParamBlockDefineSystem(VaxoHandle h, const char** names, uint32_t count, int32_t* block) {
-    return call(h, [&](IConnection& c) { return c.ParamBlockDefineSystem(names, count, *block); }, names, block);
-}
-VAXO_API ErrorCode vaxo_ParamBlockAppendSystem(VaxoHandle h, int32_t block, const char** names, uint32_t count) {
-    return call(h, [&](IConnection& c) { return c.ParamBlockAppendSystem(block, names, count); }, names);
-}
-VAXO_API ErrorCode vaxo_ParamBlockDefineIO(VaxoHandle h, Range* r, uint32_t count, int32_t* block) {
-    return call(h, [&](IConnection& c) { return c.ParamBlockDefineIO(ranges(r), count, *block); }, r, block);
-}
-VAXO_API ErrorCode vaxo_ParamBlockAppendIO(VaxoHandle h, int32_t block, Range* r, uint32_t count) {
-    return call(h, [&](IConnection& c) { return c.ParamBlockAppendIO(block, ranges(r), count); }, r);
-}
+// Define and append of the kinds defined by a list: the kind and the list's type.
+#define VAXO_PRMBLK_DEFINE(Kind, List)                                                                           \
+    VAXO_API ErrorCode vaxo_ParamBlockDefine##Kind(VaxoHandle h, List items, uint32_t count, int32_t* block) {   \
+        return call(h, [&](IConnection& c) { return c.ParamBlockDefine##Kind(list(items), count, *block); },     \
+                    items, block);                                                                               \
+    }                                                                                                            \
+    VAXO_API ErrorCode vaxo_ParamBlockAppend##Kind(VaxoHandle h, int32_t block, List items, uint32_t count) {    \
+        return call(h, [&](IConnection& c) { return c.ParamBlockAppend##Kind(block, list(items), count); },      \
+                    items);                                                                                      \
+    }
+VAXO_PRMBLK_DEFINE(Vr, uint32_t*)
+VAXO_PRMBLK_DEFINE(Table, uint32_t*)
+VAXO_PRMBLK_DEFINE(Axis, const char**)
+VAXO_PRMBLK_DEFINE(System, const char**)
+VAXO_PRMBLK_DEFINE(IO, Range*)
+#undef VAXO_PRMBLK_DEFINE
 VAXO_API ErrorCode vaxo_ParamBlockDefineProgVar(VaxoHandle h, const char* program, int32_t qualifier,
                                                 const char** names, uint32_t count, int32_t* block) {
     return call(
@@ -65,33 +57,23 @@ VAXO_API ErrorCode vaxo_ParamBlockAppendProgVar(VaxoHandle h, int32_t block, con
 
 // ---- fetch ----
 
-VAXO_API ErrorCode vaxo_ParamBlockFetchAllVr(VaxoHandle h, int32_t block, double* values, uint32_t capacity) {
-    return call(h, [&](IConnection& c) { return c.ParamBlockFetchAllVr(block, values, capacity); }, values);
-}
-VAXO_API ErrorCode vaxo_ParamBlockFetchChangedVr(VaxoHandle h, int32_t block, double* values, uint32_t capacity,
-                                                 uint64_t* changed) {
-    return call(
-        h, [&](IConnection& c) { return c.ParamBlockFetchChangedVr(block, values, capacity, *changed); }, values,
-        changed);
-}
-VAXO_API ErrorCode vaxo_ParamBlockFetchAllTable(VaxoHandle h, int32_t block, double* values, uint32_t capacity) {
-    return call(h, [&](IConnection& c) { return c.ParamBlockFetchAllTable(block, values, capacity); }, values);
-}
-VAXO_API ErrorCode vaxo_ParamBlockFetchChangedTable(VaxoHandle h, int32_t block, double* values, uint32_t capacity,
-                                                    uint64_t* changed) {
-    return call(
-        h, [&](IConnection& c) { return c.ParamBlockFetchChangedTable(block, values, capacity, *changed); }, values,
-        changed);
-}
-VAXO_API ErrorCode vaxo_ParamBlockFetchAllSystem(VaxoHandle h, int32_t block, double* values, uint32_t capacity) {
-    return call(h, [&](IConnection& c) { return c.ParamBlockFetchAllSystem(block, values, capacity); }, values);
-}
-VAXO_API ErrorCode vaxo_ParamBlockFetchChangedSystem(VaxoHandle h, int32_t block, double* values, uint32_t capacity,
-                                                     uint64_t* changed) {
-    return call(
-        h, [&](IConnection& c) { return c.ParamBlockFetchChangedSystem(block, values, capacity, *changed); }, values,
-        changed);
-}
+// Fetch of all or the changed values of the blocks with one value per entry.
+#define VAXO_PRMBLK_FETCH(Kind)                                                                                  \
+    VAXO_API ErrorCode vaxo_ParamBlockFetchAll##Kind(VaxoHandle h, int32_t block, double* values,                \
+                                                     uint32_t capacity) {                                        \
+        return call(h, [&](IConnection& c) { return c.ParamBlockFetchAll##Kind(block, values, capacity); },      \
+                    values);                                                                                     \
+    }                                                                                                            \
+    VAXO_API ErrorCode vaxo_ParamBlockFetchChanged##Kind(VaxoHandle h, int32_t block, double* values,            \
+                                                         uint32_t capacity, uint64_t* changed) {                 \
+        return call(                                                                                             \
+            h, [&](IConnection& c) { return c.ParamBlockFetchChanged##Kind(block, values, capacity, *changed); }, \
+            values, changed);                                                                                    \
+    }
+VAXO_PRMBLK_FETCH(Vr)
+VAXO_PRMBLK_FETCH(Table)
+VAXO_PRMBLK_FETCH(System)
+#undef VAXO_PRMBLK_FETCH
 VAXO_API ErrorCode vaxo_ParamBlockFetchAllAxisParam5a(VaxoHandle h, int32_t block, int32_t axis, double* values,
                                                       uint32_t capacity) {
     return call(h, [&](IConnection& c) { return c.ParamBlockFetchAllAxisParam(block, int(axis), values, capacity); },
@@ -191,34 +173,17 @@ VAXO_API ErrorCode vaxo_ParamBlockFetchChangedProgVar(VaxoHandle h, int32_t bloc
 
 // ---- program-variable values ----
 
-VAXO_API ErrorCode vaxo_ParamBlockGetProgDoubleValue(VaxoHandle h, int32_t block, uint32_t entry, double* value) {
-    return call(h, [&](IConnection& c) { return c.ParamBlockGetProgDoubleValue(block, entry, *value); }, value);
-}
-VAXO_API ErrorCode vaxo_ParamBlockGetProgInt64Value(VaxoHandle h, int32_t block, uint32_t entry, int64_t* value) {
-    return call(
-        h,
-        [&](IConnection& c) {
-            return c.ParamBlockGetProgInt64Value(block, entry, *reinterpret_cast<std::int64_t*>(value));
-        },
-        value);
-}
-VAXO_API ErrorCode vaxo_ParamBlockGetProgUInt64Value(VaxoHandle h, int32_t block, uint32_t entry, uint64_t* value) {
-    return call(
-        h,
-        [&](IConnection& c) {
-            return c.ParamBlockGetProgUInt64Value(block, entry, *reinterpret_cast<std::uint64_t*>(value));
-        },
-        value);
-}
-VAXO_API ErrorCode vaxo_ParamBlockGetProgInt32Value(VaxoHandle h, int32_t block, uint32_t entry, int32_t* value) {
-    return call(h, [&](IConnection& c) { return c.ParamBlockGetProgInt32Value(block, entry, *value); }, value);
-}
-VAXO_API ErrorCode vaxo_ParamBlockGetProgUInt32Value(VaxoHandle h, int32_t block, uint32_t entry, uint32_t* value) {
-    return call(h, [&](IConnection& c) { return c.ParamBlockGetProgUInt32Value(block, entry, *value); }, value);
-}
-VAXO_API ErrorCode vaxo_ParamBlockGetProgBoolValue(VaxoHandle h, int32_t block, uint32_t entry, bool* value) {
-    return call(h, [&](IConnection& c) { return c.ParamBlockGetProgBoolValue(block, entry, *value); }, value);
-}
+#define VAXO_PRMBLK_PROG_VALUE(Name, T)                                                                          \
+    VAXO_API ErrorCode vaxo_ParamBlockGetProg##Name##Value(VaxoHandle h, int32_t block, uint32_t entry, T* value) { \
+        return call(h, [&](IConnection& c) { return c.ParamBlockGetProg##Name##Value(block, entry, *value); }, value); \
+    }
+VAXO_PRMBLK_PROG_VALUE(Double, double)
+VAXO_PRMBLK_PROG_VALUE(Int64, int64_t)
+VAXO_PRMBLK_PROG_VALUE(UInt64, uint64_t)
+VAXO_PRMBLK_PROG_VALUE(Int32, int32_t)
+VAXO_PRMBLK_PROG_VALUE(UInt32, uint32_t)
+VAXO_PRMBLK_PROG_VALUE(Bool, bool)
+#undef VAXO_PRMBLK_PROG_VALUE
 VAXO_API ErrorCode vaxo_ParamBlockGetProgStrValue5a(VaxoHandle h, int32_t block, uint32_t entry, char* buffer,
                                                     uint32_t* size) {
     return call(h, [&](IConnection& c) { return c.ParamBlockGetProgStrValue(block, entry, buffer, *size); }, size);

@@ -1,4 +1,5 @@
 // Flat functions of programs, processes, the command line and the directory.
+#include <functional>
 #include <string>
 
 #include "api/Flat.h"
@@ -18,6 +19,23 @@ const VaxoDataStreamPacket* cPacket(const Shared::DataStreamPacket& p) {
 }
 const VaxoFileInfo* cInfo(const Shared::FileInfo& i) { return reinterpret_cast<const VaxoFileInfo*>(&i); }
 const VaxoProcessInfo* cInfo(const Shared::ProcessInfo& i) { return reinterpret_cast<const VaxoProcessInfo*>(&i); }
+
+// A listing (directory or process list) handed entry by entry to the host's callback, each name
+// 0x00-terminated for it. list(connection, sink) runs the listing.
+template <class Info, class Cb, class List>
+std::uint64_t listTo(VaxoHandle h, Cb cb, void* user, List&& list) {
+    return call(
+        h,
+        [&](IConnection& c) {
+            std::string name;
+            const std::function<void(const Info&, std::string_view)> sink = [&](const Info& info, std::string_view n) {
+                name.assign(n);
+                cb(user, cInfo(info), name.c_str());
+            };
+            return list(c, sink);
+        },
+        required(cb));
+}
 
 } // namespace
 
@@ -77,17 +95,8 @@ VAXO_API ErrorCode vaxo_StopProgram3(VaxoHandle h, const char* program, uint32_t
     return call(h, [&](IConnection& c) { return c.StopProgram(program, process); }, program);
 }
 VAXO_API ErrorCode vaxo_GetProcessList(VaxoHandle h, VaxoProcessInfoCb cb, void* user) {
-    return call(
-        h,
-        [&](IConnection& c) {
-            std::string name;
-            const Shared::ProcessInfoFn sink = [&, cb, user](const Shared::ProcessInfo& info, std::string_view n) {
-                name.assign(n);
-                cb(user, cInfo(info), name.c_str());
-            };
-            return c.GetProcessList(sink);
-        },
-        required(cb));
+    return listTo<Shared::ProcessInfo>(h, cb, user,
+                                       [](IConnection& c, const auto& sink) { return c.GetProcessList(sink); });
 }
 
 VAXO_API ErrorCode vaxo_New(VaxoHandle h, const char* file) {
@@ -106,17 +115,7 @@ VAXO_API ErrorCode vaxo_ClearVariables(VaxoHandle h) {
     return call(h, [&](IConnection& c) { return c.ClearVariables(); });
 }
 VAXO_API ErrorCode vaxo_Dir(VaxoHandle h, VaxoFileInfoCb cb, void* user) {
-    return call(
-        h,
-        [&](IConnection& c) {
-            std::string name;
-            const Shared::FileInfoFn sink = [&, cb, user](const Shared::FileInfo& info, std::string_view n) {
-                name.assign(n);
-                cb(user, cInfo(info), name.c_str());
-            };
-            return c.Dir(sink);
-        },
-        required(cb));
+    return listTo<Shared::FileInfo>(h, cb, user, [](IConnection& c, const auto& sink) { return c.Dir(sink); });
 }
 
 } // extern "C"

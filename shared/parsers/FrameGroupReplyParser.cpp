@@ -27,6 +27,16 @@ bool FrameGroupReplyParser::collect(char c) noexcept {
     return true;
 }
 
+ErrorCode FrameGroupReplyParser::expect(char c, char wanted, std::int32_t next) noexcept {
+    if (isBlank(c))
+        return ErrorCode::Success;
+    if (c != wanted)
+        return ErrorCode::BadResponse;
+    m_digitCount = 0;
+    m_state = next;
+    return ErrorCode::Success;
+}
+
 ErrorCode FrameGroupReplyParser::step(char c) {
     switch (m_state) {
     case Group:
@@ -38,13 +48,7 @@ ErrorCode FrameGroupReplyParser::step(char c) {
         m_state = BeforeBracket;
         return step(c);
     case BeforeBracket:
-        if (isBlank(c))
-            return ErrorCode::Success;
-        if (c != '[')
-            return ErrorCode::BadResponse;
-        m_digitCount = 0;
-        m_state = Bracketed;
-        return ErrorCode::Success;
+        return expect(c, '[', Bracketed);
     case Bracketed:
         if (isDigit(c))
             return collect(c) ? ErrorCode::Success : ErrorCode::BadResponse;
@@ -53,13 +57,7 @@ ErrorCode FrameGroupReplyParser::step(char c) {
         m_state = BeforeColon;
         return ErrorCode::Success;
     case BeforeColon:
-        if (isBlank(c))
-            return ErrorCode::Success;
-        if (c != ':')
-            return ErrorCode::BadResponse;
-        m_digitCount = 0;
-        m_state = List;
-        return ErrorCode::Success;
+        return expect(c, ':', List);
     case List:
         if (isBlank(c))
             return ErrorCode::Success;

@@ -40,6 +40,8 @@ private:
     enum : std::int32_t { Error = -1, Group = 0, BeforeBracket = 1, Bracketed = 2, BeforeColon = 3, List = 4, Done = 5 };
 
     bool collect(char c) noexcept;
+    // Blanks are skipped; the wanted byte clears the digits and moves to the next state.
+    ErrorCode expect(char c, char wanted, std::int32_t next) noexcept;
     ErrorCode step(char c);
 
     char m_current = '\0';

@@ -3,6 +3,8 @@
 
 #include <cstring>
 
+#include "shared/filetype/IEquals.h"
+
 namespace Vaxo::Ubrix::Shared {
 
 namespace detail {
@@ -15,18 +17,7 @@ ErrorCode fromCharsResult(std::errc ec, const char* stop, const char* last) noex
 }
 } // namespace detail
 
-namespace {
-constexpr char lowerAscii(char c) noexcept { return (c >= 'A' && c <= 'Z') ? char(c - 'A' + 'a') : c; }
-} // namespace
-
-bool equalsNoCase(std::string_view a, std::string_view b) noexcept {
-    if (a.size() != b.size())
-        return false;
-    for (std::size_t i = 0; i < a.size(); ++i)
-        if (lowerAscii(a[i]) != lowerAscii(b[i]))
-            return false;
-    return true;
-}
+bool equalsNoCase(std::string_view a, std::string_view b) noexcept { return iequals(a, b); }
 
 ErrorCode from_chars(const char* first, const char* last, double& value, int /*base*/) noexcept {
     if (last < first)

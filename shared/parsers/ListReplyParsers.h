@@ -73,13 +73,30 @@ private:
     char m_last = '\0';
 };
 
-// Directory listing: the first line is a header and is skipped; every later line is one file,
-// passed to the callable as (FileInfo, std::string_view name). A line that does not parse
-// gives BadResponse, and the parser then refuses further input.
-template <class F>
-class DirReplyParser {
+// What sets the two listings apart: the record of one line and the entry parser that fills
+// it, whether the first line is a header to skip, and whether blank lines are skipped or
+// refused.
+template <class InfoT, bool Header, bool SkipBlank,
+          bool (*Parse)(std::string_view, InfoT&, char*, std::size_t) noexcept>
+struct Listing {
+    using Info = InfoT;
+    static constexpr bool hasHeader = Header;
+    static constexpr bool skipsBlankLines = SkipBlank;
+    template <std::size_t N>
+    static bool parse(std::string_view line, Info& info, char (&name)[N]) noexcept {
+        return Parse(line, info, name, N);
+    }
+};
+using DirListing = Listing<FileInfo, true, false, parseFileEntryCore>;
+using ProcessListing = Listing<ProcessInfo, false, true, parseProcessInfoEntryCore>;
+
+// A listing, one entry per line, each passed to the callable as (Info, std::string_view name).
+// A line starting with "OK" or a 0x00 ends it. A line that does not parse gives BadResponse,
+// and the parser then refuses further input.
+template <class F, class Listing>
+class ListReplyParser {
 public:
-    explicit DirReplyParser(F& onFile) noexcept : m_onFile(onFile) {}
+    explicit ListReplyParser(F& onEntry) noexcept : m_onEntry(onEntry) {}
 
     ErrorCode Feed(const char* data, std::uint32_t length, std::uint32_t& consumed) {
         consumed = 0;
@@ -94,22 +111,11 @@ public:
                 break;
             case ListLineBuffer::Step::TooLong:
                 return m_error = ErrorCode::BadResponse;
-            case ListLineBuffer::Step::Line: {
-                const std::string_view line = m_lines.line();
-                if (ListLineBuffer::isOkLine(line)) {
-                    m_done = true;
-                } else if (!m_headerSeen) {
-                    m_headerSeen = true;
-                } else {
-                    FileInfo info{};
-                    char name[132];
-                    if (!parseFileEntry(line, info, name))
-                        return m_error = ErrorCode::BadResponse;
-                    m_onFile(info, std::string_view(name));
-                }
+            case ListLineBuffer::Step::Line:
+                if (ErrorCode e = takeLine(m_lines.line()); e != ErrorCode::Success)
+                    return m_error = e;
                 m_lines.clear();
                 break;
-            }
             }
         }
         return ErrorCode::Success;
@@ -118,59 +124,41 @@ public:
     char LastChar() const noexcept { return m_lines.last(); }
 
 private:
-    F& m_onFile;
+    ErrorCode takeLine(std::string_view line) {
+        if (ListLineBuffer::isOkLine(line)) {
+            m_done = true;
+        } else if (Listing::hasHeader && !m_headerSeen) {
+            m_headerSeen = true;
+        } else if (!Listing::skipsBlankLines || !trimBlanks(line).empty()) {
+            typename Listing::Info info{};
+            char name[132];
+            if (!Listing::parse(line, info, name))
+                return ErrorCode::BadResponse;
+            m_onEntry(info, std::string_view(name));
+        }
+        return ErrorCode::Success;
+    }
+
+    F& m_onEntry;
     ListLineBuffer m_lines;
     bool m_headerSeen = false;
     bool m_done = false;
     ErrorCode m_error = ErrorCode::Success;
 };
 
-// Process list: every line that is not blank is one process, passed to the callable as
-// (ProcessInfo, std::string_view name). No header line. Errors as for the directory.
-template <class F>
-class ProcessReplyParser {
-public:
-    explicit ProcessReplyParser(F& onProcess) noexcept : m_onProcess(onProcess) {}
-
-    ErrorCode Feed(const char* data, std::uint32_t length, std::uint32_t& consumed) {
-        consumed = 0;
-        if (m_error != ErrorCode::Success)
-            return m_error;
-        while (!m_done && consumed < length) {
-            switch (m_lines.put(data[consumed++])) {
-            case ListLineBuffer::Step::More:
-                break;
-            case ListLineBuffer::Step::End:
-                m_done = true;
-                break;
-            case ListLineBuffer::Step::TooLong:
-                return m_error = ErrorCode::BadResponse;
-            case ListLineBuffer::Step::Line: {
-                const std::string_view line = m_lines.line();
-                if (ListLineBuffer::isOkLine(line)) {
-                    m_done = true;
-                } else if (!trimBlanks(line).empty()) {
-                    ProcessInfo info{};
-                    char name[132];
-                    if (!parseProcessInfoEntry(line, info, name))
-                        return m_error = ErrorCode::BadResponse;
-                    m_onProcess(info, std::string_view(name));
-                }
-                m_lines.clear();
-                break;
-            }
-            }
-        }
-        return ErrorCode::Success;
-    }
-    bool IsDone() const noexcept { return m_done; }
-    char LastChar() const noexcept { return m_lines.last(); }
-
-private:
-    F& m_onProcess;
-    ListLineBuffer m_lines;
-    bool m_done = false;
-    ErrorCode m_error = ErrorCode::Success;
-};
+// The two listings by name, deducing the callable's type from the constructor argument.
+#define VAXO_LIST_REPLY_PARSER(Name, Listing)                                                                    \
+    template <class F>                                                                                           \
+    class Name : public ListReplyParser<F, Listing> {                                                            \
+    public:                                                                                                      \
+        using ListReplyParser<F, Listing>::ListReplyParser;                                                      \
+    };                                                                                                           \
+    template <class F>                                                                                           \
+    Name(F&) -> Name<F>;
+// Directory listing: the first line is a header and is skipped; every later line is one file.
+VAXO_LIST_REPLY_PARSER(DirReplyParser, DirListing)
+// Process list: every line that is not blank is one process. No header line.
+VAXO_LIST_REPLY_PARSER(ProcessReplyParser, ProcessListing)
+#undef VAXO_LIST_REPLY_PARSER
 
 } // namespace Vaxo::Ubrix::Shared

@@ -55,6 +55,14 @@ private:
     void* m_user;
 };
 
+// How many of the bytes come before the first 0x00 (all of them when there is none); `ended`
+// is set when a 0x00 was found.
+inline std::uint32_t textBeforeZero(const char* data, std::uint32_t length, bool& ended) noexcept {
+    const void* zero = std::memchr(data, 0, length);
+    ended = zero != nullptr;
+    return zero ? std::uint32_t(static_cast<const char*>(zero) - data) : length;
+}
+
 // Appends the text to a caller's string.
 class ToStringParser {
 public:
@@ -64,10 +72,8 @@ public:
         consumed = 0;
         if (m_done || length == 0)
             return ErrorCode::Success;
-        const void* zero = std::memchr(data, 0, length);
-        consumed = zero ? std::uint32_t(static_cast<const char*>(zero) - data) : length;
+        consumed = textBeforeZero(data, length, m_done);
         m_out.append(data, consumed);
-        m_done = zero != nullptr;
         return ErrorCode::Success;
     }
     bool done() const noexcept { return m_done; }
@@ -89,9 +95,7 @@ public:
         consumed = 0;
         if (m_done || length == 0)
             return ErrorCode::Success;
-        const void* zero = std::memchr(data, 0, length);
-        consumed = zero ? std::uint32_t(static_cast<const char*>(zero) - data) : length;
-        m_done = zero != nullptr;
+        consumed = textBeforeZero(data, length, m_done);
         m_packet.length = consumed;
         m_sink(m_packet, data);
         ++m_packet.sequence;

@@ -1,8 +1,6 @@
 // Block mirrors, the block table with lowest-free-slot creation, and the scoped accessor.
 #include "shared/prmblk/ParamBlocks.h"
 
-#include <type_traits>
-
 namespace Vaxo::Ubrix::Shared {
 
 // ---- PrmBlk ----
@@ -32,77 +30,6 @@ std::shared_ptr<PrmBlk> PrmBlk::make(ParamBlockType type, unsigned maxEntries) {
     default:
         return nullptr;
     }
-}
-
-namespace {
-
-// Appends (or replaces with) count items; the values are dropped, the definition changed.
-template <class Item, class Source, class Values>
-void storeDefinition(std::vector<Item>& list, Values& values, const Source* items, unsigned count, bool append) {
-    if (!append)
-        list.clear();
-    list.reserve(list.size() + count);
-    for (unsigned i = 0; i < count; ++i) {
-        if constexpr (std::is_same_v<Source, const char*>)
-            list.emplace_back(items[i] ? items[i] : "");
-        else
-            list.emplace_back(items[i]);
-    }
-    values.reset();
-}
-
-} // namespace
-
-ErrorCode PrmBlk_NamedNumericVariant::setNames(const char* const* names, unsigned count, bool append) {
-    if (!names && count)
-        return ErrorCode::BadArgument;
-    if (ErrorCode e = checkCount(size(), count, append); failed(e))
-        return e;
-    storeDefinition(m_names, m_values, names, count, append);
-    return ErrorCode::Success;
-}
-ErrorCode PrmBlk_NamedNumericVariant::setNames(const std::string_view* names, unsigned count, bool append) {
-    if (!names && count)
-        return ErrorCode::BadArgument;
-    if (ErrorCode e = checkCount(size(), count, append); failed(e))
-        return e;
-    storeDefinition(m_names, m_values, names, count, append);
-    return ErrorCode::Success;
-}
-
-ErrorCode PrmBlk_IndexedDecimal::setIndices(const unsigned* indices, unsigned count, bool append) {
-    if (!indices && count)
-        return ErrorCode::BadArgument;
-    if (ErrorCode e = checkCount(size(), count, append); failed(e))
-        return e;
-    storeDefinition(m_indices, m_values, indices, count, append);
-    return ErrorCode::Success;
-}
-
-ErrorCode PrmBlk_NamedString::setNames(const char* const* names, unsigned count, bool append) {
-    if (!names && count)
-        return ErrorCode::BadArgument;
-    if (ErrorCode e = checkCount(size(), count, append); failed(e))
-        return e;
-    storeDefinition(m_names, m_values, names, count, append);
-    return ErrorCode::Success;
-}
-ErrorCode PrmBlk_NamedString::setNames(const std::string_view* names, unsigned count, bool append) {
-    if (!names && count)
-        return ErrorCode::BadArgument;
-    if (ErrorCode e = checkCount(size(), count, append); failed(e))
-        return e;
-    storeDefinition(m_names, m_values, names, count, append);
-    return ErrorCode::Success;
-}
-
-ErrorCode PrmBlk_DigitalIO::setRanges(const Range* ranges, unsigned count, bool append) {
-    if (!ranges && count)
-        return ErrorCode::BadArgument;
-    if (ErrorCode e = checkCount(size(), count, append); failed(e))
-        return e;
-    storeDefinition(m_ranges, m_values, ranges, count, append);
-    return ErrorCode::Success;
 }
 
 // ---- ParamBlockManager ----

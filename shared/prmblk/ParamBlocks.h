@@ -9,6 +9,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <variant>
 #include <vector>
 
@@ -128,63 +129,93 @@ private:
     unsigned m_maxEntries;
 };
 
+// A block mirror over its definition items (names, indices or channel runs) and its values.
+// Only the setter that fits the items is implemented; the others fail as in PrmBlk.
+template <class Item, class Value>
+class PrmBlkT final : public PrmBlk {
+public:
+    using PrmBlk::PrmBlk;
+    unsigned size() const noexcept override { return unsigned(m_items.size()); }
+
+    ErrorCode setIndices(const unsigned* items, unsigned count, bool append) override {
+        return store(items, count, append);
+    }
+    ErrorCode setNames(const char* const* items, unsigned count, bool append) override {
+        return store(items, count, append);
+    }
+    ErrorCode setNames(const std::string_view* items, unsigned count, bool append) override {
+        return store(items, count, append);
+    }
+    ErrorCode setRanges(const Range* items, unsigned count, bool append) override {
+        return store(items, count, append);
+    }
+
+    const std::vector<unsigned>* indices() const noexcept override { return itemsIf<unsigned>(); }
+    const std::vector<std::string>* names() const noexcept override { return itemsIf<std::string>(); }
+    const std::vector<Range>* ranges() const noexcept override { return itemsIf<Range>(); }
+    PrmBlkValueArrayT<NumericVariant>* nvariantValues() noexcept override { return valuesIf<NumericVariant>(); }
+    PrmBlkValueArrayT<PrmBlkString>* stringValues() noexcept override { return valuesIf<PrmBlkString>(); }
+    PrmBlkValueArrayT<double>* decimalValues() noexcept override { return valuesIf<double>(); }
+    PrmBlkValueArrayT<std::uint64_t>* uint64Values() noexcept override { return valuesIf<std::uint64_t>(); }
+
+private:
+    // Names come as text pointers or views; indices and runs as themselves.
+    template <class Source>
+    static constexpr bool accepts =
+        std::is_same_v<Item, std::string>
+            ? std::is_same_v<Source, const char*> || std::is_same_v<Source, std::string_view>
+            : std::is_same_v<Source, Item>;
+
+    // Appends (or replaces with) count items; the values are dropped, the definition changed.
+    template <class Source>
+    ErrorCode store(const Source* items, unsigned count, bool append) {
+        if constexpr (!accepts<Source>) {
+            return ErrorCode::Fail;
+        } else {
+            if (!items && count)
+                return ErrorCode::BadArgument;
+            if (ErrorCode e = checkCount(size(), count, append); failed(e))
+                return e;
+            if (!append)
+                m_items.clear();
+            m_items.reserve(m_items.size() + count);
+            for (unsigned i = 0; i < count; ++i) {
+                if constexpr (std::is_same_v<Source, const char*>)
+                    m_items.emplace_back(items[i] ? items[i] : "");
+                else
+                    m_items.emplace_back(items[i]);
+            }
+            m_values.reset();
+            return ErrorCode::Success;
+        }
+    }
+    template <class T>
+    const std::vector<T>* itemsIf() const noexcept {
+        if constexpr (std::is_same_v<T, Item>)
+            return &m_items;
+        else
+            return nullptr;
+    }
+    template <class T>
+    PrmBlkValueArrayT<T>* valuesIf() noexcept {
+        if constexpr (std::is_same_v<T, Value>)
+            return &m_values;
+        else
+            return nullptr;
+    }
+
+    std::vector<Item> m_items;
+    PrmBlkValueArrayT<Value> m_values;
+};
+
 // Axis and system parameters by name.
-class PrmBlk_NamedNumericVariant final : public PrmBlk {
-public:
-    using PrmBlk::PrmBlk;
-    unsigned size() const noexcept override { return unsigned(m_names.size()); }
-    ErrorCode setNames(const char* const* names, unsigned count, bool append) override;
-    ErrorCode setNames(const std::string_view* names, unsigned count, bool append) override;
-    const std::vector<std::string>* names() const noexcept override { return &m_names; }
-    PrmBlkValueArrayT<NumericVariant>* nvariantValues() noexcept override { return &m_values; }
-
-private:
-    std::vector<std::string> m_names;
-    PrmBlkValueArrayT<NumericVariant> m_values;
-};
-
+using PrmBlk_NamedNumericVariant = PrmBlkT<std::string, NumericVariant>;
 // VR and TABLE entries by index.
-class PrmBlk_IndexedDecimal final : public PrmBlk {
-public:
-    using PrmBlk::PrmBlk;
-    unsigned size() const noexcept override { return unsigned(m_indices.size()); }
-    ErrorCode setIndices(const unsigned* indices, unsigned count, bool append) override;
-    const std::vector<unsigned>* indices() const noexcept override { return &m_indices; }
-    PrmBlkValueArrayT<double>* decimalValues() noexcept override { return &m_values; }
-
-private:
-    std::vector<unsigned> m_indices;
-    PrmBlkValueArrayT<double> m_values;
-};
-
+using PrmBlk_IndexedDecimal = PrmBlkT<unsigned, double>;
 // Variables of one program by name; their values are the controller's texts.
-class PrmBlk_NamedString final : public PrmBlk {
-public:
-    using PrmBlk::PrmBlk;
-    unsigned size() const noexcept override { return unsigned(m_names.size()); }
-    ErrorCode setNames(const char* const* names, unsigned count, bool append) override;
-    ErrorCode setNames(const std::string_view* names, unsigned count, bool append) override;
-    const std::vector<std::string>* names() const noexcept override { return &m_names; }
-    PrmBlkValueArrayT<PrmBlkString>* stringValues() noexcept override { return &m_values; }
-
-private:
-    std::vector<std::string> m_names;
-    PrmBlkValueArrayT<PrmBlkString> m_values;
-};
-
+using PrmBlk_NamedString = PrmBlkT<std::string, PrmBlkString>;
 // Runs of digital I/O channels, one 64-bit word of values per run.
-class PrmBlk_DigitalIO final : public PrmBlk {
-public:
-    using PrmBlk::PrmBlk;
-    unsigned size() const noexcept override { return unsigned(m_ranges.size()); }
-    ErrorCode setRanges(const Range* ranges, unsigned count, bool append) override;
-    const std::vector<Range>* ranges() const noexcept override { return &m_ranges; }
-    PrmBlkValueArrayT<std::uint64_t>* uint64Values() noexcept override { return &m_values; }
-
-private:
-    std::vector<Range> m_ranges;
-    PrmBlkValueArrayT<std::uint64_t> m_values;
-};
+using PrmBlk_DigitalIO = PrmBlkT<Range, std::uint64_t>;
 
 // The blocks of one connection. The controller's limits are read on the first define.
 class ParamBlockManager {

@@ -62,20 +62,12 @@ ErrorCode CmdMoveSphericalSp::send(int axis, double end1, double end2, double en
     return send_m(trimTrailing(v, 9, {-1.0, 0.0}), v, axis);
 }
 
-ErrorCode CmdMoveAbsSeq::send(int axis, int tableStart, int points, int axes, int mode, double speed,
-                              double endSpeed, int option) {
+ErrorCode CmdMoveSeq::send(int axis, int tableStart, int points, int axes, int mode, double speed, double endSpeed,
+                           int option) {
     const double v[] = {double(tableStart), double(points), double(axes), double(mode), speed, endSpeed,
                         double(option)};
-    // The shortened count is worked out and then not used: the controller expects all seven.
-    [[maybe_unused]] const unsigned shortened = trimTrailing(v, 7, {-1.0, 0.0, 0.0});
-    return send_m(7, v, axis);
-}
-
-ErrorCode CmdMoveRelSeq::send(int axis, int tableStart, int points, int axes, int mode, double speed,
-                              double endSpeed, int option) {
-    const double v[] = {double(tableStart), double(points), double(axes), double(mode), speed, endSpeed,
-                        double(option)};
-    return send_m(trimTrailing(v, 7, {-1.0, 0.0, 0.0}), v, axis);
+    const unsigned shortened = trimTrailing(v, 7, {-1.0, 0.0, 0.0});
+    return send_m(m_relative ? shortened : 7, v, axis);
 }
 
 ErrorCode CmdMovePick::send(double distance, int tableStart, int option, int axis) {
@@ -106,17 +98,5 @@ ErrorCode CmdBacklash::send(double distance, double speed, double accel, int axi
 }
 
 ErrorCode CmdBacklash::sendDisable(int axis) { return send_1(0.0, axis); }
-
-ErrorCode CmdSetMotion::send(const double* values, unsigned count) {
-    if (count > kMaxValues || (count > 0 && !values))
-        return ErrorCode::BadArgument;
-    return CmdArray::send(KnownTokens::SET_MOTION, count, values);
-}
-
-ErrorCode CmdSetMotionSp::send(const double* values, unsigned count) {
-    if (count > kMaxValues || (count > 0 && !values))
-        return ErrorCode::BadArgument;
-    return CmdArray::send(KnownTokens::SET_MOTIONSP, count, values);
-}
 
 } // namespace Vaxo::Ubrix::TCP

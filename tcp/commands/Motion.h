@@ -64,104 +64,83 @@ private:
 VAXO_MOTION_COMMANDS(VAXO_MOTION_CLASS)
 #undef VAXO_MOTION_CLASS
 
+// The commands with an argument list of their own: the class, the token and the parameters of
+// send, which lays the arguments out as the comment above each one says.
+#define VAXO_MOTION_SEND_CLASS(cls, tok, params)                                                                  \
+    class cls : public CmdMotion {                                                                                \
+    public:                                                                                                       \
+        explicit cls(Connection_TCP& c) : CmdMotion(c, KnownTokens::tok) {}                                       \
+        ErrorCode send params;                                                                                    \
+    };
+
 // MOVECIRC ( end1 , end2 , centre1 , centre2 , direction )
-class CmdMoveCirc : public CmdMotion {
-public:
-    explicit CmdMoveCirc(Connection_TCP& c) : CmdMotion(c, KnownTokens::MOVECIRC) {}
-    ErrorCode send(int axis, double end1, double end2, double centre1, double centre2, int direction);
-};
+VAXO_MOTION_SEND_CLASS(CmdMoveCirc, MOVECIRC, (int axis, double end1, double end2, double centre1, double centre2,
+                                               int direction))
 
 // MOVECIRCSP ( end1 , end2 , centre1 , centre2 , direction [, speed [, option]] ): option is
 // dropped when -1, and then speed when 0.
-class CmdMoveCircSp : public CmdMotion {
-public:
-    explicit CmdMoveCircSp(Connection_TCP& c) : CmdMotion(c, KnownTokens::MOVECIRCSP) {}
-    ErrorCode send(int axis, double end1, double end2, double centre1, double centre2, int direction, double speed,
-                   int option);
-};
+VAXO_MOTION_SEND_CLASS(CmdMoveCircSp, MOVECIRCSP, (int axis, double end1, double end2, double centre1, double centre2,
+                                                   int direction, double speed, int option))
 
 // MHELICAL ( end1 , end2 , centre1 , centre2 , direction , distance3 [, mode] ): mode dropped when -1.
-class CmdMoveHelical : public CmdMotion {
-public:
-    explicit CmdMoveHelical(Connection_TCP& c) : CmdMotion(c, KnownTokens::MHELICAL) {}
-    ErrorCode send(int axis, double end1, double end2, double centre1, double centre2, int direction,
-                   double distance3, int mode);
-};
+VAXO_MOTION_SEND_CLASS(CmdMoveHelical, MHELICAL, (int axis, double end1, double end2, double centre1, double centre2,
+                                                  int direction, double distance3, int mode))
 
 // MHELICALSP ( ... , distance3 [, mode [, speed [, option]]] ): option dropped when -1, then
 // speed when 0, then mode when -1.
-class CmdMoveHelicalSp : public CmdMotion {
-public:
-    explicit CmdMoveHelicalSp(Connection_TCP& c) : CmdMotion(c, KnownTokens::MHELICALSP) {}
-    ErrorCode send(int axis, double end1, double end2, double centre1, double centre2, int direction,
-                   double distance3, int mode, double speed, int option);
-};
+VAXO_MOTION_SEND_CLASS(CmdMoveHelicalSp, MHELICALSP, (int axis, double end1, double end2, double centre1,
+                                                      double centre2, int direction, double distance3, int mode,
+                                                      double speed, int option))
 
 // MSPHERICAL ( end1 , end2 , end3 , mid1 , mid2 , mid3 , mode )
-class CmdMoveSpherical : public CmdMotion {
-public:
-    explicit CmdMoveSpherical(Connection_TCP& c) : CmdMotion(c, KnownTokens::MSPHERICAL) {}
-    ErrorCode send(int axis, double end1, double end2, double end3, double mid1, double mid2, double mid3, int mode);
-};
+VAXO_MOTION_SEND_CLASS(CmdMoveSpherical, MSPHERICAL, (int axis, double end1, double end2, double end3, double mid1,
+                                                      double mid2, double mid3, int mode))
 
 // MSPHERICALSP ( ... , mode [, speed [, option]] ): option dropped when -1, then speed when 0.
-class CmdMoveSphericalSp : public CmdMotion {
-public:
-    explicit CmdMoveSphericalSp(Connection_TCP& c) : CmdMotion(c, KnownTokens::MSPHERICALSP) {}
-    ErrorCode send(int axis, double end1, double end2, double end3, double mid1, double mid2, double mid3, int mode,
-                   double speed, int option);
-};
+VAXO_MOTION_SEND_CLASS(CmdMoveSphericalSp, MSPHERICALSP, (int axis, double end1, double end2, double end3, double mid1,
+                                                          double mid2, double mid3, int mode, double speed, int option))
 
-// MOVEABSSEQ ( tableStart , points , axes , mode , speed , endSpeed , option ): always all seven
-// values, though the shortened count is worked out as for the relative form.
-class CmdMoveAbsSeq : public CmdMotion {
-public:
-    explicit CmdMoveAbsSeq(Connection_TCP& c) : CmdMotion(c, KnownTokens::MOVEABSSEQ) {}
-    ErrorCode send(int axis, int tableStart, int points, int axes, int mode, double speed, double endSpeed,
-                   int option);
-};
-
-// The relative sequence goes out under the same token as the absolute one (the controller's
+// MOVEABSSEQ ( tableStart , points , axes , mode , speed , endSpeed , option ). The absolute
+// form always sends all seven values, though the shortened count is worked out as for the
+// relative form. The relative sequence goes out under the same token (the controller's
 // firmware has no separate relative token in use here); option dropped when -1, then endSpeed
 // and speed when 0.
-class CmdMoveRelSeq : public CmdMotion {
+class CmdMoveSeq : public CmdMotion {
 public:
-    explicit CmdMoveRelSeq(Connection_TCP& c) : CmdMotion(c, KnownTokens::MOVEABSSEQ) {}
+    CmdMoveSeq(Connection_TCP& c, bool relative) : CmdMotion(c, KnownTokens::MOVEABSSEQ), m_relative(relative) {}
     ErrorCode send(int axis, int tableStart, int points, int axes, int mode, double speed, double endSpeed,
                    int option);
+
+private:
+    bool m_relative;
+};
+class CmdMoveAbsSeq : public CmdMoveSeq {
+public:
+    explicit CmdMoveAbsSeq(Connection_TCP& c) : CmdMoveSeq(c, false) {}
+};
+class CmdMoveRelSeq : public CmdMoveSeq {
+public:
+    explicit CmdMoveRelSeq(Connection_TCP& c) : CmdMoveSeq(c, true) {}
 };
 
 // MOVEPICK ( distance , tableStart [, option] ): option dropped when -1.
-class CmdMovePick : public CmdMotion {
-public:
-    explicit CmdMovePick(Connection_TCP& c) : CmdMotion(c, KnownTokens::MOVEPICK) {}
-    ErrorCode send(double distance, int tableStart, int option, int axis);
-};
+VAXO_MOTION_SEND_CLASS(CmdMovePick, MOVEPICK, (double distance, int tableStart, int option, int axis))
 
 // MOVELINK ( distance , linkDistance , linkAccel , linkDecel , linkAxis [, linkOption [, linkPosition]] ):
 // linkPosition dropped when 0, then linkOption when -1.
-class CmdMoveLink : public CmdMotion {
-public:
-    explicit CmdMoveLink(Connection_TCP& c) : CmdMotion(c, KnownTokens::MOVELINK) {}
-    ErrorCode send(double distance, double linkDistance, double linkAccel, double linkDecel, int linkAxis,
-                   int linkOption, double linkPosition, int axis);
-};
+VAXO_MOTION_SEND_CLASS(CmdMoveLink, MOVELINK, (double distance, double linkDistance, double linkAccel,
+                                               double linkDecel, int linkAxis, int linkOption, double linkPosition,
+                                               int axis))
 
 // CAMBOX ( tableStart , tableEnd , multiplier , linkDistance , linkAxis [, linkOption [, linkPosition]] ),
 // trimmed as MOVELINK; the multi form sends the caller's values as they are.
-class CmdCamBox : public CmdMotion {
-public:
-    explicit CmdCamBox(Connection_TCP& c) : CmdMotion(c, KnownTokens::CAMBOX) {}
-    ErrorCode send(double tableStart, double tableEnd, double multiplier, double linkDistance, int linkAxis,
-                   int linkOption, double linkPosition, int axis);
-};
+VAXO_MOTION_SEND_CLASS(CmdCamBox, CAMBOX, (double tableStart, double tableEnd, double multiplier, double linkDistance,
+                                           int linkAxis, int linkOption, double linkPosition, int axis))
 
 // CONNECT ( ratio , drivingAxis [, mode] ): mode dropped when 0.
-class CmdConnect : public CmdMotion {
-public:
-    explicit CmdConnect(Connection_TCP& c) : CmdMotion(c, KnownTokens::CONNECT) {}
-    ErrorCode send(double ratio, int drivingAxis, unsigned mode, int axis);
-};
+VAXO_MOTION_SEND_CLASS(CmdConnect, CONNECT, (double ratio, int drivingAxis, unsigned mode, int axis))
+
+#undef VAXO_MOTION_SEND_CLASS
 
 // BACKLASH ( 1 , distance , speed , accel ) switches compensation on; BACKLASH ( 0 ) off.
 class CmdBacklash : public CmdMotion {
@@ -178,21 +157,20 @@ public:
     ErrorCode send(const int* mode) { return CmdArray::send(KnownTokens::RAPIDSTOP, mode ? 1u : 0u, mode); }
 };
 
-// SET_MOTION ( v0 , ... ) ZERO, at most 5 values.
-class CmdSetMotion : public CmdArray {
+// SET_MOTION ( v0 , ... ) ZERO with at most 5 values, SET_MOTIONSP with at most 9.
+template <KnownTokens Token, unsigned MaxValues>
+class CmdSetMotionT : public CmdArray {
 public:
-    static constexpr unsigned kMaxValues = 5;
-    explicit CmdSetMotion(Connection_TCP& c) : CmdArray(c) {}
-    ErrorCode send(const double* values, unsigned count);
+    static constexpr unsigned kMaxValues = MaxValues;
+    explicit CmdSetMotionT(Connection_TCP& c) : CmdArray(c) {}
+    ErrorCode send(const double* values, unsigned count) {
+        if (count > kMaxValues || (count > 0 && !values))
+            return ErrorCode::BadArgument;
+        return CmdArray::send(Token, count, values);
+    }
 };
-
-// SET_MOTIONSP ( v0 , ... ) ZERO, at most 9 values.
-class CmdSetMotionSp : public CmdArray {
-public:
-    static constexpr unsigned kMaxValues = 9;
-    explicit CmdSetMotionSp(Connection_TCP& c) : CmdArray(c) {}
-    ErrorCode send(const double* values, unsigned count);
-};
+using CmdSetMotion = CmdSetMotionT<KnownTokens::SET_MOTION, 5>;
+using CmdSetMotionSp = CmdSetMotionT<KnownTokens::SET_MOTIONSP, 9>;
 
 template <class Buffer>
 ErrorCode CmdMotion::encode(Buffer& b, unsigned count, const double* args, int axis) {

@@ -4,135 +4,11 @@
 #include <cmath>
 
 #include "shared/parsers/FromChars.h"
+#include "shared/prmblk/PrmBlkReply.h"
 
 namespace Vaxo::Ubrix::TCP {
 
-namespace {
-
-constexpr std::string_view kBlank = " \t\r\n";
-
-std::string_view trim(std::string_view s) {
-    const auto first = s.find_first_not_of(kBlank);
-    if (first == std::string_view::npos)
-        return {};
-    const auto last = s.find_last_not_of(kBlank);
-    return s.substr(first, last - first + 1);
-}
-
-// Calls f(item) for each comma-separated item; an empty text has no items.
-template <class F>
-ErrorCode forEachItem(std::string_view text, F&& f) {
-    text = trim(text);
-    if (text.empty())
-        return ErrorCode::Success;
-    for (;;) {
-        const auto comma = text.find(',');
-        if (ErrorCode e = f(trim(text.substr(0, comma))); failed(e))
-            return e;
-        if (comma == std::string_view::npos)
-            return ErrorCode::Success;
-        text.remove_prefix(comma + 1);
-    }
-}
-
-ErrorCode parseValue(std::string_view item, double& v, int) {
-    if (item.empty())
-        return ErrorCode::BadResponse;
-    return failed(Shared::from_chars(item, v)) ? ErrorCode::BadResponse : ErrorCode::Success;
-}
-ErrorCode parseValue(std::string_view item, std::uint64_t& v, int base) {
-    if (item.empty())
-        return ErrorCode::BadResponse;
-    return failed(Shared::from_chars(item, v, base)) ? ErrorCode::BadResponse : ErrorCode::Success;
-}
-
-// "index:rest" -> index and rest; BadResponse without a colon or a decimal index.
-ErrorCode splitChanged(std::string_view item, unsigned& index, std::string_view& rest) {
-    const auto colon = item.find(':');
-    if (colon == std::string_view::npos)
-        return ErrorCode::BadResponse;
-    if (failed(Shared::from_chars(trim(item.substr(0, colon)), index)))
-        return ErrorCode::BadResponse;
-    rest = trim(item.substr(colon + 1));
-    return ErrorCode::Success;
-}
-
-template <class T>
-ErrorCode decodeValues(std::string_view text, const PrmBlkOutput<T>& out) {
-    if (!out.masks) {
-        unsigned k = 0;
-        return forEachItem(text, [&](std::string_view item) {
-            if (k >= out.capacity)
-                return ErrorCode::BufferTooSmall;
-            T v{};
-            if (ErrorCode e = parseValue(item, v, out.base); failed(e))
-                return e;
-            out.values[k++] = v;
-            return ErrorCode::Success;
-        });
-    }
-    for (unsigned a = 0; a < out.axes; ++a)
-        out.masks[a] = 0;
-    return forEachItem(text, [&](std::string_view item) {
-        unsigned index = 0;
-        std::string_view rest;
-        if (ErrorCode e = splitChanged(item, index, rest); failed(e))
-            return e;
-        if (index >= out.capacity)
-            return ErrorCode::BufferTooSmall;
-        const unsigned size = out.blockSize ? out.blockSize : 1;
-        const unsigned axis = index / size;
-        if (axis >= out.axes)
-            return ErrorCode::BadResponse;
-        T v{};
-        if (ErrorCode e = parseValue(rest, v, out.base); failed(e))
-            return e;
-        out.values[index] = v;
-        out.masks[axis] |= std::uint64_t(1) << ((index % size) % 64);
-        return ErrorCode::Success;
-    });
-}
-
-} // namespace
-
-ErrorCode decodePrmBlkValues(std::string_view text, const PrmBlkOutput<double>& out) {
-    return decodeValues(text, out);
-}
-ErrorCode decodePrmBlkValues(std::string_view text, const PrmBlkOutput<std::uint64_t>& out) {
-    return decodeValues(text, out);
-}
-
-ErrorCode decodePrmBlkTexts(std::string_view text, Shared::PrmBlkValueArrayT<Shared::PrmBlkString>& values,
-                            unsigned blockSize, std::uint64_t* mask) {
-    Shared::PrmBlkString* slots = values.values(blockSize);
-    if (!mask) {
-        unsigned k = 0;
-        ErrorCode e = forEachItem(text, [&](std::string_view item) {
-            if (k >= blockSize)
-                return ErrorCode::BufferTooSmall;
-            slots[k++].setValue(item);
-            return ErrorCode::Success;
-        });
-        if (!failed(e))
-            values.markSet();
-        return e;
-    }
-    *mask = 0;
-    ErrorCode e = forEachItem(text, [&](std::string_view item) {
-        unsigned index = 0;
-        std::string_view rest;
-        if (ErrorCode err = splitChanged(item, index, rest); failed(err))
-            return err;
-        if (index >= blockSize)
-            return ErrorCode::BufferTooSmall;
-        slots[index].setValue(rest);
-        *mask |= std::uint64_t(1) << (index % 64);
-        return ErrorCode::Success;
-    });
-    if (!failed(e))
-        values.markSet();
-    return e;
-}
+using Shared::trimSpace;
 
 // ---- CmdPrmBlk ----
 
@@ -192,17 +68,16 @@ ErrorCode CmdPrmBlk::sendFetchValues(int block, bool changed) {
 ErrorCode CmdPrmBlk::readReplyText() {
     // Read through the port's buffer one byte at a time: a fetch reply of many values arrives
     // in a few segments, and a socket read per byte would cost more than the whole exchange.
-    m_text.clear();
+    m_reply.reset();
     const unsigned timeout = m_connection.commandTimeout();
     char c = 0;
-    for (;;) {
-        if (ErrorCode e = m_connection.ReadBytes(&c, 1, timeout); failed(e))
+    while (!m_reply.done()) {
+        std::uint32_t consumed = 0;
+        ErrorCode e = m_connection.ReadBytes(&c, 1, timeout);
+        if (!failed(e))
+            e = m_reply.feedData(&c, 1, consumed);
+        if (failed(e))
             return e;
-        if (c == '\0')
-            break;
-        if (m_text.size() >= kMaxReplyText)
-            return ErrorCode::BadResponse;
-        m_text.push_back(c);
     }
     // The 0x00 is the first byte of the standard response.
     if (ErrorCode e = m_connection.UnReadBytes(&c, 1); failed(e))
@@ -263,15 +138,15 @@ ErrorCode CmdPrmBlk_Define::appendName(Buffer& b, std::string_view name) {
     Shared::Token& t = m_connection.token();
     const auto open = name.find('(');
     if (open == std::string_view::npos)
-        return t.appendToken_SystemVariable(b, trim(name));
+        return t.appendToken_SystemVariable(b, trimSpace(name));
     // NAME(n): the variable, then ( n ).
-    const std::string_view head = trim(name.substr(0, open));
+    const std::string_view head = trimSpace(name.substr(0, open));
     std::string_view rest = name.substr(open + 1);
     const auto close = rest.find(')');
-    if (head.empty() || close == std::string_view::npos || !trim(rest.substr(close + 1)).empty())
+    if (head.empty() || close == std::string_view::npos || !trimSpace(rest.substr(close + 1)).empty())
         return ErrorCode::BadArgument;
     unsigned index = 0;
-    if (failed(Shared::from_chars(trim(rest.substr(0, close)), index)))
+    if (failed(Shared::from_chars(trimSpace(rest.substr(0, close)), index)))
         return ErrorCode::BadArgument;
     if (ErrorCode e = t.appendToken_SystemVariable(b, head); failed(e))
         return e;
@@ -373,7 +248,7 @@ ErrorCode CmdPrmBlk_FetchNumeric::sendFetchValues(int block, bool changed, bool 
 ErrorCode CmdPrmBlk_FetchNumeric::readReply() {
     if (ErrorCode e = setError(readReplyText()); failed(e))
         return e;
-    return setError(m_isWords ? decodePrmBlkValues(m_text, m_words) : decodePrmBlkValues(m_text, m_doubles));
+    return setError(m_isWords ? Shared::decodePrmBlkValues(text(), m_words) : Shared::decodePrmBlkValues(text(), m_doubles));
 }
 
 // ---- CmdPrmBlk_FetchVariant ----
@@ -381,7 +256,7 @@ ErrorCode CmdPrmBlk_FetchNumeric::readReply() {
 ErrorCode CmdPrmBlk_FetchVariant::readReplyVariantValues() {
     if (ErrorCode e = readReplyText(); failed(e))
         return e;
-    return decodePrmBlkTexts(m_text, m_values, m_blockSize, m_mask);
+    return Shared::decodePrmBlkTexts(text(), m_values, m_blockSize, m_mask);
 }
 
 } // namespace Vaxo::Ubrix::TCP

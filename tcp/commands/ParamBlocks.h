@@ -14,6 +14,7 @@
 #include <string_view>
 
 #include "shared/prmblk/ParamBlocks.h"
+#include "shared/prmblk/PrmBlkReply.h"
 #include "shared/protocol/TokenBuffer.h"
 #include "shared/protocol/TokenLists.h"
 #include "tcp/commands/Command.h"
@@ -23,28 +24,7 @@ namespace Vaxo::Ubrix::TCP {
 
 using Shared::ParamBlockType;
 
-// Where the values of a numeric fetch go. The changed masks are one 64-bit word per addressed
-// axis; null for a fetch of all values.
-template <class T>
-struct PrmBlkOutput {
-    T* values = nullptr;
-    unsigned capacity = 0;
-    std::uint64_t* masks = nullptr;
-    unsigned axes = 1;       // how many axes the request addressed (at least 1)
-    unsigned blockSize = 0;  // entries of the block
-    int base = 10;           // 64-bit words: 16 or 10
-};
-
-// Decodes a fetch reply text into the output: all values in block order, or "index:value"
-// items that set bit (entry mod 64) of the addressed axis's mask. The index counts across the
-// addressed axes (axis ordinal x block size + entry); for one axis it is the entry itself.
-// Outputs not named keep their contents. BufferTooSmall past the capacity, BadResponse for a
-// malformed item.
-ErrorCode decodePrmBlkValues(std::string_view text, const PrmBlkOutput<double>& out);
-ErrorCode decodePrmBlkValues(std::string_view text, const PrmBlkOutput<std::uint64_t>& out);
-// Program-variable texts: in block order into the block's string values, or by index.
-ErrorCode decodePrmBlkTexts(std::string_view text, Shared::PrmBlkValueArrayT<Shared::PrmBlkString>& values,
-                            unsigned blockSize, std::uint64_t* mask);
+using Shared::PrmBlkOutput;
 
 // Index lists as the parameter-block commands send them: runs of ascending neighbours (each
 // one more than the one before) of two or more become first RANGE last, single ones go as a
@@ -88,13 +68,10 @@ public:
 
     ErrorCode readReply() override;
     double value() const { return m_value; }
-    const std::string& text() const { return m_text; }
+    const std::string& text() const { return m_reply.text(); }
 
 protected:
     using Buffer = Shared::TokenBuffer1024;
-    // A reply text longer than this is not a fetch reply.
-    static constexpr std::size_t kMaxReplyText = 4u << 20;
-
     // The reply text up to its 0x00 into text(), then the standard response.
     ErrorCode readReplyText();
     // PRMBLK ( first
@@ -106,7 +83,7 @@ protected:
 
     bool m_expectText = false;
     double m_value = 0;
-    std::string m_text;
+    Shared::PrmBlkReplyText m_reply;
 };
 
 // The two capability queries, PRMBLK ( 5 ) and PRMBLK ( 6 ).

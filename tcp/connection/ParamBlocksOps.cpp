@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 #include <optional>
+#include <type_traits>
 
 #include "shared/parsers/FromChars.h"
 #include "tcp/commands/ParamBlocks.h"
@@ -70,27 +71,27 @@ ErrorCode defineBlock(Connection_TCP& c, Shared::ParamBlockType type, int append
     return ErrorCode::Success;
 }
 
-template <class Name>
-ErrorCode defineNamed(Connection_TCP& c, Shared::ParamBlockType type, int appendTo, int* newBlock, const Name* names,
-                      unsigned count) {
+// The kinds defined by a list: names for axis and system parameters, indices for VR and
+// TABLE.
+template <class Item>
+ErrorCode defineListed(Connection_TCP& c, Shared::ParamBlockType type, int appendTo, int* newBlock,
+                       const Item* items, unsigned count) {
+    constexpr bool indexed = std::is_same_v<Item, unsigned>;
     return defineBlock(
         c, type, appendTo, newBlock,
         [&](CmdPrmBlk_Define& cmd, int m, int id) {
-            return type == Shared::ParamBlockType::PrmBlkAxis ? cmd.sendDefineAxis(m, id, names, count)
-                                                               : cmd.sendDefineSystem(m, id, names, count);
+            const int code = Shared::paramBlockWireCode(type);
+            if constexpr (indexed)
+                return cmd.sendDefineNumeric(m, id, code, items, count);
+            else
+                return cmd.sendDefineNamed(m, id, code, items, count);
         },
-        [&](PrmBlkAccessor& a, bool append) { return a.setNames(names, count, append); });
-}
-
-ErrorCode defineIndexed(Connection_TCP& c, Shared::ParamBlockType type, int appendTo, int* newBlock,
-                        const unsigned* indices, unsigned count) {
-    return defineBlock(
-        c, type, appendTo, newBlock,
-        [&](CmdPrmBlk_Define& cmd, int m, int id) {
-            return type == Shared::ParamBlockType::PrmBlkVr ? cmd.sendDefineVr(m, id, indices, count)
-                                                             : cmd.sendDefineTable(m, id, indices, count);
-        },
-        [&](PrmBlkAccessor& a, bool append) { return a.setIndices(indices, count, append); });
+        [&](PrmBlkAccessor& a, bool append) {
+            if constexpr (indexed)
+                return a.setIndices(items, count, append);
+            else
+                return a.setNames(items, count, append);
+        });
 }
 
 template <class Name>
@@ -226,42 +227,22 @@ ErrorCode convertText(std::string_view text, T& value) {
 
 // ---- define / append ----
 
-ErrorCode Connection_TCP::ParamBlockDefineAxis(const char* const* names, unsigned int count, int& block) {
-    return defineNamed(*this, Shared::ParamBlockType::PrmBlkAxis, -1, &block, names, count);
-}
-ErrorCode Connection_TCP::ParamBlockDefineAxis(const std::string_view* names, unsigned int count, int& block) {
-    return defineNamed(*this, Shared::ParamBlockType::PrmBlkAxis, -1, &block, names, count);
-}
-ErrorCode Connection_TCP::ParamBlockAppendAxis(int block, const char* const* names, unsigned int count) {
-    return defineNamed(*this, Shared::ParamBlockType::PrmBlkAxis, block, nullptr, names, count);
-}
-ErrorCode Connection_TCP::ParamBlockAppendAxis(int block, const std::string_view* names, unsigned int count) {
-    return defineNamed(*this, Shared::ParamBlockType::PrmBlkAxis, block, nullptr, names, count);
-}
-ErrorCode Connection_TCP::ParamBlockDefineSystem(const char* const* names, unsigned int count, int& block) {
-    return defineNamed(*this, Shared::ParamBlockType::PrmBlkSystem, -1, &block, names, count);
-}
-ErrorCode Connection_TCP::ParamBlockDefineSystem(const std::string_view* names, unsigned int count, int& block) {
-    return defineNamed(*this, Shared::ParamBlockType::PrmBlkSystem, -1, &block, names, count);
-}
-ErrorCode Connection_TCP::ParamBlockAppendSystem(int block, const char* const* names, unsigned int count) {
-    return defineNamed(*this, Shared::ParamBlockType::PrmBlkSystem, block, nullptr, names, count);
-}
-ErrorCode Connection_TCP::ParamBlockAppendSystem(int block, const std::string_view* names, unsigned int count) {
-    return defineNamed(*this, Shared::ParamBlockType::PrmBlkSystem, block, nullptr, names, count);
-}
-ErrorCode Connection_TCP::ParamBlockDefineVr(const unsigned int* indices, unsigned int count, int& block) {
-    return defineIndexed(*this, Shared::ParamBlockType::PrmBlkVr, -1, &block, indices, count);
-}
-ErrorCode Connection_TCP::ParamBlockAppendVr(int block, const unsigned int* indices, unsigned int count) {
-    return defineIndexed(*this, Shared::ParamBlockType::PrmBlkVr, block, nullptr, indices, count);
-}
-ErrorCode Connection_TCP::ParamBlockDefineTable(const unsigned int* indices, unsigned int count, int& block) {
-    return defineIndexed(*this, Shared::ParamBlockType::PrmBlkTable, -1, &block, indices, count);
-}
-ErrorCode Connection_TCP::ParamBlockAppendTable(int block, const unsigned int* indices, unsigned int count) {
-    return defineIndexed(*this, Shared::ParamBlockType::PrmBlkTable, block, nullptr, indices, count);
-}
+// Define and append of the kinds given by a list of names or indices: the kind and the list's
+// type.
+#define VAXO_DEFINE_APPEND(Kind, List)                                                                           \
+    ErrorCode Connection_TCP::ParamBlockDefine##Kind(List items, unsigned int count, int& block) {               \
+        return defineListed(*this, Shared::ParamBlockType::PrmBlk##Kind, -1, &block, items, count);              \
+    }                                                                                                            \
+    ErrorCode Connection_TCP::ParamBlockAppend##Kind(int block, List items, unsigned int count) {                \
+        return defineListed(*this, Shared::ParamBlockType::PrmBlk##Kind, block, nullptr, items, count);          \
+    }
+VAXO_DEFINE_APPEND(Axis, const char* const*)
+VAXO_DEFINE_APPEND(Axis, const std::string_view*)
+VAXO_DEFINE_APPEND(System, const char* const*)
+VAXO_DEFINE_APPEND(System, const std::string_view*)
+VAXO_DEFINE_APPEND(Vr, const unsigned int*)
+VAXO_DEFINE_APPEND(Table, const unsigned int*)
+#undef VAXO_DEFINE_APPEND
 ErrorCode Connection_TCP::ParamBlockDefineIO(const Range* ranges, unsigned int count, int& block) {
     return defineIO(*this, -1, &block, ranges, count);
 }
@@ -301,27 +282,19 @@ ErrorCode Connection_TCP::ParamBlockFetchChangedStringValues(int block, std::uin
     return fetchTexts(*this, block, changed);
 }
 
-ErrorCode Connection_TCP::ParamBlockFetchAllVr(int block, double* values, unsigned int capacity) {
-    return fetchDoubles(*this, block, nullptr, 0, nullptr, 0, values, capacity, nullptr);
-}
-ErrorCode Connection_TCP::ParamBlockFetchChangedVr(int block, double* values, unsigned int capacity,
-                                                   std::uint64_t& changed) {
-    return fetchDoubles(*this, block, nullptr, 0, nullptr, 0, values, capacity, &changed);
-}
-ErrorCode Connection_TCP::ParamBlockFetchAllTable(int block, double* values, unsigned int capacity) {
-    return fetchDoubles(*this, block, nullptr, 0, nullptr, 0, values, capacity, nullptr);
-}
-ErrorCode Connection_TCP::ParamBlockFetchChangedTable(int block, double* values, unsigned int capacity,
-                                                      std::uint64_t& changed) {
-    return fetchDoubles(*this, block, nullptr, 0, nullptr, 0, values, capacity, &changed);
-}
-ErrorCode Connection_TCP::ParamBlockFetchAllSystem(int block, double* values, unsigned int capacity) {
-    return fetchDoubles(*this, block, nullptr, 0, nullptr, 0, values, capacity, nullptr);
-}
-ErrorCode Connection_TCP::ParamBlockFetchChangedSystem(int block, double* values, unsigned int capacity,
-                                                       std::uint64_t& changed) {
-    return fetchDoubles(*this, block, nullptr, 0, nullptr, 0, values, capacity, &changed);
-}
+// The blocks with one value per entry and no axes.
+#define VAXO_FETCH_PLAIN(Kind)                                                                                   \
+    ErrorCode Connection_TCP::ParamBlockFetchAll##Kind(int block, double* values, unsigned int capacity) {       \
+        return fetchDoubles(*this, block, nullptr, 0, nullptr, 0, values, capacity, nullptr);                    \
+    }                                                                                                            \
+    ErrorCode Connection_TCP::ParamBlockFetchChanged##Kind(int block, double* values, unsigned int capacity,     \
+                                                           std::uint64_t& changed) {                             \
+        return fetchDoubles(*this, block, nullptr, 0, nullptr, 0, values, capacity, &changed);                   \
+    }
+VAXO_FETCH_PLAIN(Vr)
+VAXO_FETCH_PLAIN(Table)
+VAXO_FETCH_PLAIN(System)
+#undef VAXO_FETCH_PLAIN
 ErrorCode Connection_TCP::ParamBlockFetchAllAxisParam(int block, int axis, double* values, unsigned int capacity) {
     return fetchDoubles(*this, block, &axis, 1, nullptr, 0, values, capacity, nullptr);
 }
@@ -378,24 +351,18 @@ ErrorCode Connection_TCP::ParamBlockFetchChangedProgVar(int block, std::uint64_t
 
 // ---- program-variable values ----
 
-ErrorCode Connection_TCP::ParamBlockGetProgDoubleValue(int block, unsigned int entry, double& value) {
-    return withProgText(*this, block, entry, [&](std::string_view text) { return Shared::from_chars(text, value); });
-}
-ErrorCode Connection_TCP::ParamBlockGetProgInt64Value(int block, unsigned int entry, std::int64_t& value) {
-    return withProgText(*this, block, entry, [&](std::string_view text) { return convertText(text, value); });
-}
-ErrorCode Connection_TCP::ParamBlockGetProgUInt64Value(int block, unsigned int entry, std::uint64_t& value) {
-    return withProgText(*this, block, entry, [&](std::string_view text) { return convertText(text, value); });
-}
-ErrorCode Connection_TCP::ParamBlockGetProgInt32Value(int block, unsigned int entry, int& value) {
-    return withProgText(*this, block, entry, [&](std::string_view text) { return convertText(text, value); });
-}
-ErrorCode Connection_TCP::ParamBlockGetProgUInt32Value(int block, unsigned int entry, unsigned int& value) {
-    return withProgText(*this, block, entry, [&](std::string_view text) { return convertText(text, value); });
-}
-ErrorCode Connection_TCP::ParamBlockGetProgBoolValue(int block, unsigned int entry, bool& value) {
-    return withProgText(*this, block, entry, [&](std::string_view text) { return Shared::from_chars(text, value); });
-}
+// The stored text converted: the name, the type and the conversion.
+#define VAXO_PROG_VALUE(Name, T, convert)                                                                        \
+    ErrorCode Connection_TCP::ParamBlockGetProg##Name##Value(int block, unsigned int entry, T& value) {          \
+        return withProgText(*this, block, entry, [&](std::string_view text) { return convert(text, value); });   \
+    }
+VAXO_PROG_VALUE(Double, double, Shared::from_chars)
+VAXO_PROG_VALUE(Int64, std::int64_t, convertText)
+VAXO_PROG_VALUE(UInt64, std::uint64_t, convertText)
+VAXO_PROG_VALUE(Int32, int, convertText)
+VAXO_PROG_VALUE(UInt32, unsigned int, convertText)
+VAXO_PROG_VALUE(Bool, bool, Shared::from_chars)
+#undef VAXO_PROG_VALUE
 ErrorCode Connection_TCP::ParamBlockGetProgStrValue(int block, unsigned int entry, char* buffer, unsigned int& size) {
     return withProgText(*this, block, entry, [&](std::string_view text) {
         Shared::stString out{buffer, size};

@@ -1,25 +1,10 @@
 // Every flat function of the EtherCAT master refuses a null handle, and a null result or data
 // pointer, before anything reaches the connection.
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <vector>
-
-#include <vaxo/vaxo.h>
+#include "NullCases.h"
 
 namespace {
 
-constexpr uint64_t kConnectionContext = 0x8100000004ull;
-constexpr uint64_t kBadArgument = 0x010000000Cull;
-
-using Call = std::function<uint64_t(VaxoHandle)>;
-struct NullCase {
-    const char* name;
-    Call call;                     // every pointer valid
-    std::vector<Call> nullPointer; // one pointer null each
-};
-
-VaxoHandle fakeHandle() { return reinterpret_cast<VaxoHandle>(static_cast<uintptr_t>(0x10)); }
+using namespace vaxotest;
 
 TEST(EthercatNull, HandleAndResultPointers) {
     bool b;
@@ -85,14 +70,7 @@ TEST(EthercatNull, HandleAndResultPointers) {
          {[](VaxoHandle h) { return vaxo_Ethercat_CoWriteAxis_Value6b(h, 0, 0x1008, 0, 9, nullptr); }}},
         {"CoWriteAxis_VR", [](VaxoHandle h) { return vaxo_Ethercat_CoWriteAxis_VR(h, 0, 0x6060, 0, 2, 1); }, {}},
     };
-    ASSERT_EQ(cases.size(), 40u) << "one row per flat function of the family";
-    for (const auto& c : cases) {
-        EXPECT_EQ(c.call(nullptr), kConnectionContext) << c.name;
-        for (const auto& n : c.nullPointer) {
-            EXPECT_EQ(n(nullptr), kConnectionContext) << c.name << ": the handle is checked first";
-            EXPECT_EQ(n(fakeHandle()), kBadArgument) << c.name;
-        }
-    }
+    expectNullRefusals(cases, 40u);
 }
 
 } // namespace

@@ -1,25 +1,10 @@
 // Every flat function of file transfer and project loading refuses a null handle, and a null
 // name, path or result pointer, before anything reaches the connection.
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <vector>
-
-#include <vaxo/vaxo.h>
+#include "NullCases.h"
 
 namespace {
 
-constexpr uint64_t kConnectionContext = 0x8100000004ull;
-constexpr uint64_t kBadArgument = 0x010000000Cull;
-
-using Call = std::function<uint64_t(VaxoHandle)>;
-struct NullCase {
-    const char* name;
-    Call call;                     // every pointer valid
-    std::vector<Call> nullPointer; // one pointer null each
-};
-
-VaxoHandle fakeHandle() { return reinterpret_cast<VaxoHandle>(static_cast<uintptr_t>(0x10)); }
+using namespace vaxotest;
 
 TEST(FilesNull, HandleAndPointers) {
     static uint64_t crc;
@@ -40,14 +25,7 @@ TEST(FilesNull, HandleAndPointers) {
         {"LoadProject", [](VaxoHandle h) { return vaxo_LoadProject(h, "p.xml"); },
          {[](VaxoHandle h) { return vaxo_LoadProject(h, nullptr); }}},
     };
-    ASSERT_EQ(cases.size(), 5u) << "one row per flat function of the family";
-    for (const auto& c : cases) {
-        EXPECT_EQ(c.call(nullptr), kConnectionContext) << c.name;
-        for (const auto& n : c.nullPointer) {
-            EXPECT_EQ(n(nullptr), kConnectionContext) << c.name << ": the handle is checked first";
-            EXPECT_EQ(n(fakeHandle()), kBadArgument) << c.name;
-        }
-    }
+    expectNullRefusals(cases, 5u);
 }
 
 } // namespace

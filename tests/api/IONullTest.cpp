@@ -1,25 +1,10 @@
 // Every flat function of digital and analogue I/O refuses a null handle, and a null result
 // pointer, before anything reaches the connection.
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <vector>
-
-#include <vaxo/vaxo.h>
+#include "NullCases.h"
 
 namespace {
 
-constexpr uint64_t kConnectionContext = 0x8100000004ull;
-constexpr uint64_t kBadArgument = 0x010000000Cull;
-
-struct NullCase {
-    const char* name;
-    std::function<uint64_t(VaxoHandle)> call;  // every pointer valid
-    std::vector<std::function<uint64_t(VaxoHandle)>> nullPointer;  // one pointer null each
-};
-
-// A handle that is never dereferenced: the pointer checks come first.
-VaxoHandle fakeHandle() { return reinterpret_cast<VaxoHandle>(static_cast<uintptr_t>(0x10)); }
+using namespace vaxotest;
 
 TEST(IONull, HandleAndResultPointers) {
     bool b;
@@ -41,13 +26,7 @@ TEST(IONull, HandleAndResultPointers) {
         {"GetInvertIN", [&](VaxoHandle h) { return vaxo_GetInvertIN(h, 0, &b); }, {[](VaxoHandle h) { return vaxo_GetInvertIN(h, 0, nullptr); }}},
         {"SetInvertIN", [](VaxoHandle h) { return vaxo_SetInvertIN(h, 0, true); }, {}},
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(c.call(nullptr), kConnectionContext) << c.name;
-        for (const auto& n : c.nullPointer) {
-            EXPECT_EQ(n(nullptr), kConnectionContext) << c.name << ": the handle is checked first";
-            EXPECT_EQ(n(fakeHandle()), kBadArgument) << c.name;
-        }
-    }
+    expectNullRefusals(cases);
 }
 
 } // namespace

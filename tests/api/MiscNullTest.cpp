@@ -1,27 +1,11 @@
 // Every flat function of the scope, trigger, position-switch, registration, frame-group and
 // project-key family refuses a null handle, and a null pointer it needs, before anything
 // reaches the connection.
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <vector>
-
-#include <vaxo/vaxo.h>
+#include "NullCases.h"
 
 namespace {
 
-constexpr uint64_t kConnectionContext = 0x8100000004ull;
-constexpr uint64_t kBadArgument = 0x010000000Cull;
-
-using Call = std::function<uint64_t(VaxoHandle)>;
-struct NullCase {
-    const char* name;
-    Call call;                     // every pointer valid
-    std::vector<Call> nullPointer; // one pointer null each
-};
-
-// A handle that is never dereferenced: the pointer checks come first.
-VaxoHandle fakeHandle() { return reinterpret_cast<VaxoHandle>(static_cast<uintptr_t>(0x10)); }
+using namespace vaxotest;
 
 void text(void*, const char*, uint32_t) {}
 
@@ -66,14 +50,7 @@ TEST(MiscNull, HandleAndPointers) {
         {"ProjectKeyRegistryUse", [](VaxoHandle h) { return vaxo_ProjectKeyRegistryUse(h, "n"); },
          {[](VaxoHandle h) { return vaxo_ProjectKeyRegistryUse(h, nullptr); }}},
     };
-    EXPECT_EQ(cases.size(), 20u) << "every flat function of the family";
-    for (const auto& c : cases) {
-        EXPECT_EQ(c.call(nullptr), kConnectionContext) << c.name;
-        for (const auto& n : c.nullPointer) {
-            EXPECT_EQ(n(nullptr), kConnectionContext) << c.name << ": the handle is checked first";
-            EXPECT_EQ(n(fakeHandle()), kBadArgument) << c.name;
-        }
-    }
+    expectNullRefusals(cases, 20u);
 }
 
 } // namespace

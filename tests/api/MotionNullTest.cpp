@@ -1,19 +1,7 @@
 // Every motion flat function refuses a null handle; the list forms refuse a count without values.
-#include <gtest/gtest.h>
+#include "NullCases.h"
 
-#include <functional>
-#include <vector>
-
-#include <vaxo/vaxo.h>
-
-namespace {
-
-constexpr uint64_t kConnectionContext = 0x8100000004ull;
-constexpr uint64_t kBadArgument = 0x010000000Cull;
-
-using Call = std::function<ErrorCode(VaxoHandle)>;
-
-} // namespace
+using namespace vaxotest;
 
 TEST(MotionNull, EveryFunctionRefusesANullHandle) {
     static double v[3] = {1, 2, 3};

@@ -1,25 +1,11 @@
 // Every flat function of the parameter blocks refuses a null handle, and a null list, output
 // or callback, before anything reaches the connection.
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <vector>
-
-#include <vaxo/vaxo.h>
+#include "NullCases.h"
 
 namespace {
 
-constexpr uint64_t kConnectionContext = 0x8100000004ull;
-constexpr uint64_t kBadArgument = 0x010000000Cull;
+using namespace vaxotest;
 
-using Fn = std::function<uint64_t(VaxoHandle)>;
-struct NullCase {
-    const char* name;
-    Fn call;                      // every pointer valid
-    std::vector<Fn> nullPointer;  // one pointer null each
-};
-
-VaxoHandle fakeHandle() { return reinterpret_cast<VaxoHandle>(static_cast<uintptr_t>(0x10)); }
 void textCb(void*, const char*, uint32_t) {}
 
 TEST(ParamBlocksNull, HandleListsAndOutputs) {
@@ -36,32 +22,23 @@ TEST(ParamBlocksNull, HandleListsAndOutputs) {
     uint32_t u32, size = 1;
     bool b;
     char buf[1];
+// Define and append of a kind given by a list; fetch of all or the changed values of a kind
+// with one value per entry.
+#define VAXO_DEFINE_ROWS(Kind, list)                                                                             \
+    {"Define" #Kind, [&](VaxoHandle h) { return vaxo_ParamBlockDefine##Kind(h, list, 1, &id); },                 \
+     {[&](VaxoHandle h) { return vaxo_ParamBlockDefine##Kind(h, nullptr, 1, &id); },                             \
+      [&](VaxoHandle h) { return vaxo_ParamBlockDefine##Kind(h, list, 1, nullptr); }}},                          \
+    {"Append" #Kind, [&](VaxoHandle h) { return vaxo_ParamBlockAppend##Kind(h, 0, list, 1); },                   \
+     {[&](VaxoHandle h) { return vaxo_ParamBlockAppend##Kind(h, 0, nullptr, 1); }}},
+#define VAXO_FETCH_ROWS(Kind)                                                                                    \
+    {"FetchAll" #Kind, [&](VaxoHandle h) { return vaxo_ParamBlockFetchAll##Kind(h, 0, d, 1); },                  \
+     {[&](VaxoHandle h) { return vaxo_ParamBlockFetchAll##Kind(h, 0, nullptr, 1); }}},                           \
+    {"FetchChanged" #Kind, [&](VaxoHandle h) { return vaxo_ParamBlockFetchChanged##Kind(h, 0, d, 1, m); },       \
+     {[&](VaxoHandle h) { return vaxo_ParamBlockFetchChanged##Kind(h, 0, nullptr, 1, m); },                      \
+      [&](VaxoHandle h) { return vaxo_ParamBlockFetchChanged##Kind(h, 0, d, 1, nullptr); }}},
     const std::vector<NullCase> cases = {
-        {"DefineVr", [&](VaxoHandle h) { return vaxo_ParamBlockDefineVr(h, idx, 1, &id); },
-         {[&](VaxoHandle h) { return vaxo_ParamBlockDefineVr(h, nullptr, 1, &id); },
-          [&](VaxoHandle h) { return vaxo_ParamBlockDefineVr(h, idx, 1, nullptr); }}},
-        {"AppendVr", [&](VaxoHandle h) { return vaxo_ParamBlockAppendVr(h, 0, idx, 1); },
-         {[&](VaxoHandle h) { return vaxo_ParamBlockAppendVr(h, 0, nullptr, 1); }}},
-        {"DefineTable", [&](VaxoHandle h) { return vaxo_ParamBlockDefineTable(h, idx, 1, &id); },
-         {[&](VaxoHandle h) { return vaxo_ParamBlockDefineTable(h, nullptr, 1, &id); },
-          [&](VaxoHandle h) { return vaxo_ParamBlockDefineTable(h, idx, 1, nullptr); }}},
-        {"AppendTable", [&](VaxoHandle h) { return vaxo_ParamBlockAppendTable(h, 0, idx, 1); },
-         {[&](VaxoHandle h) { return vaxo_ParamBlockAppendTable(h, 0, nullptr, 1); }}},
-        {"DefineAxis", [&](VaxoHandle h) { return vaxo_ParamBlockDefineAxis(h, names, 1, &id); },
-         {[&](VaxoHandle h) { return vaxo_ParamBlockDefineAxis(h, nullptr, 1, &id); },
-          [&](VaxoHandle h) { return vaxo_ParamBlockDefineAxis(h, names, 1, nullptr); }}},
-        {"AppendAxis", [&](VaxoHandle h) { return vaxo_ParamBlockAppendAxis(h, 0, names, 1); },
-         {[&](VaxoHandle h) { return vaxo_ParamBlockAppendAxis(h, 0, nullptr, 1); }}},
-        {"DefineSystem", [&](VaxoHandle h) { return vaxo_ParamBlockDefineSystem(h, names, 1, &id); },
-         {[&](VaxoHandle h) { return vaxo_ParamBlockDefineSystem(h, nullptr, 1, &id); },
-          [&](VaxoHandle h) { return vaxo_ParamBlockDefineSystem(h, names, 1, nullptr); }}},
-        {"AppendSystem", [&](VaxoHandle h) { return vaxo_ParamBlockAppendSystem(h, 0, names, 1); },
-         {[&](VaxoHandle h) { return vaxo_ParamBlockAppendSystem(h, 0, nullptr, 1); }}},
-        {"DefineIO", [&](VaxoHandle h) { return vaxo_ParamBlockDefineIO(h, r, 1, &id); },
-         {[&](VaxoHandle h) { return vaxo_ParamBlockDefineIO(h, nullptr, 1, &id); },
-          [&](VaxoHandle h) { return vaxo_ParamBlockDefineIO(h, r, 1, nullptr); }}},
-        {"AppendIO", [&](VaxoHandle h) { return vaxo_ParamBlockAppendIO(h, 0, r, 1); },
-         {[&](VaxoHandle h) { return vaxo_ParamBlockAppendIO(h, 0, nullptr, 1); }}},
+        VAXO_DEFINE_ROWS(Vr, idx) VAXO_DEFINE_ROWS(Table, idx) VAXO_DEFINE_ROWS(Axis, names)
+        VAXO_DEFINE_ROWS(System, names) VAXO_DEFINE_ROWS(IO, r)
         {"DefineProgVar", [&](VaxoHandle h) { return vaxo_ParamBlockDefineProgVar(h, "P", 0, names, 1, &id); },
          {[&](VaxoHandle h) { return vaxo_ParamBlockDefineProgVar(h, nullptr, 0, names, 1, &id); },
           [&](VaxoHandle h) { return vaxo_ParamBlockDefineProgVar(h, "P", 0, nullptr, 1, &id); },
@@ -69,21 +46,7 @@ TEST(ParamBlocksNull, HandleListsAndOutputs) {
         {"AppendProgVar", [&](VaxoHandle h) { return vaxo_ParamBlockAppendProgVar(h, 0, "P", 0, names, 1); },
          {[&](VaxoHandle h) { return vaxo_ParamBlockAppendProgVar(h, 0, nullptr, 0, names, 1); },
           [&](VaxoHandle h) { return vaxo_ParamBlockAppendProgVar(h, 0, "P", 0, nullptr, 1); }}},
-        {"FetchAllVr", [&](VaxoHandle h) { return vaxo_ParamBlockFetchAllVr(h, 0, d, 1); },
-         {[&](VaxoHandle h) { return vaxo_ParamBlockFetchAllVr(h, 0, nullptr, 1); }}},
-        {"FetchChangedVr", [&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedVr(h, 0, d, 1, m); },
-         {[&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedVr(h, 0, nullptr, 1, m); },
-          [&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedVr(h, 0, d, 1, nullptr); }}},
-        {"FetchAllTable", [&](VaxoHandle h) { return vaxo_ParamBlockFetchAllTable(h, 0, d, 1); },
-         {[&](VaxoHandle h) { return vaxo_ParamBlockFetchAllTable(h, 0, nullptr, 1); }}},
-        {"FetchChangedTable", [&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedTable(h, 0, d, 1, m); },
-         {[&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedTable(h, 0, nullptr, 1, m); },
-          [&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedTable(h, 0, d, 1, nullptr); }}},
-        {"FetchAllSystem", [&](VaxoHandle h) { return vaxo_ParamBlockFetchAllSystem(h, 0, d, 1); },
-         {[&](VaxoHandle h) { return vaxo_ParamBlockFetchAllSystem(h, 0, nullptr, 1); }}},
-        {"FetchChangedSystem", [&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedSystem(h, 0, d, 1, m); },
-         {[&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedSystem(h, 0, nullptr, 1, m); },
-          [&](VaxoHandle h) { return vaxo_ParamBlockFetchChangedSystem(h, 0, d, 1, nullptr); }}},
+        VAXO_FETCH_ROWS(Vr) VAXO_FETCH_ROWS(Table) VAXO_FETCH_ROWS(System)
         {"FetchAllAxisParam5a", [&](VaxoHandle h) { return vaxo_ParamBlockFetchAllAxisParam5a(h, 0, 0, d, 1); },
          {[&](VaxoHandle h) { return vaxo_ParamBlockFetchAllAxisParam5a(h, 0, 0, nullptr, 1); }}},
         {"FetchAllAxisParam5b", [&](VaxoHandle h) { return vaxo_ParamBlockFetchAllAxisParam5b(h, 0, one, d, 1); },
@@ -139,14 +102,9 @@ TEST(ParamBlocksNull, HandleListsAndOutputs) {
         {"Delete", [](VaxoHandle h) { return vaxo_ParamBlockDelete(h, 0); }, {}},
         {"DeleteAll", [](VaxoHandle h) { return vaxo_ParamBlockDeleteAll(h); }, {}},
     };
-    EXPECT_EQ(cases.size(), 40u) << "every parameter-block function of the flat list";
-    for (const auto& c : cases) {
-        EXPECT_EQ(c.call(nullptr), kConnectionContext) << c.name;
-        for (const auto& n : c.nullPointer) {
-            EXPECT_EQ(n(nullptr), kConnectionContext) << c.name << ": the handle is checked first";
-            EXPECT_EQ(n(fakeHandle()), kBadArgument) << c.name;
-        }
-    }
+#undef VAXO_DEFINE_ROWS
+#undef VAXO_FETCH_ROWS
+    expectNullRefusals(cases, 40u);
 }
 
 } // namespace

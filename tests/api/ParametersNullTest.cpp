@@ -1,25 +1,11 @@
 // Every flat function of the parameters-by-token family refuses a null handle, and a null
 // result, text or callback pointer, before anything reaches the connection.
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <vector>
-
-#include <vaxo/vaxo.h>
+#include "NullCases.h"
 
 namespace {
 
-constexpr uint64_t kConnectionContext = 0x8100000004ull;
-constexpr uint64_t kBadArgument = 0x010000000Cull;
+using namespace vaxotest;
 
-using Call = std::function<uint64_t(VaxoHandle)>;
-struct NullCase {
-    std::string name;
-    Call call;
-    std::vector<Call> nullPointer;
-};
-
-VaxoHandle fakeHandle() { return reinterpret_cast<VaxoHandle>(static_cast<uintptr_t>(0x10)); }
 void textCb(void*, const char*, uint32_t) {}
 
 template <class T>
@@ -68,14 +54,7 @@ TEST(ParametersNull, HandleAndResultPointers) {
     cases.push_back({"SetAxisBase", [](VaxoHandle h) { return vaxo_SetAxisBase(h, 0); }, {}});
     cases.push_back({"SetMultiAxisBase", [](VaxoHandle h) { return vaxo_SetMultiAxisBase(h, axes, 2); },
                      {[](VaxoHandle h) { return vaxo_SetMultiAxisBase(h, nullptr, 2); }}});
-    ASSERT_EQ(cases.size(), 60u + 5u);
-    for (const NullCase& c : cases) {
-        EXPECT_EQ(c.call(nullptr), kConnectionContext) << c.name;
-        for (const Call& n : c.nullPointer) {
-            EXPECT_EQ(n(nullptr), kConnectionContext) << c.name << " (handle first)";
-            EXPECT_EQ(n(fakeHandle()), kBadArgument) << c.name;
-        }
-    }
+    expectNullRefusals(cases, 60u + 5u);
 }
 
 } // namespace

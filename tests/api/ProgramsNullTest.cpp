@@ -1,16 +1,11 @@
 // Every flat function of the programs family: a null handle gives ConnectionContext, and each
 // null text, out-pointer or result callback gives BadArgument before anything else happens.
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <vector>
-
-#include <vaxo/vaxo.h>
+#include "NullCases.h"
 
 namespace {
 
-constexpr uint64_t kConnectionContext = 0x8100000004ull;
-constexpr uint64_t kBadArgument = 0x010000000Cull;
+using namespace vaxotest;
+
 constexpr uint64_t kDisconnected = 0x0100000015ull;
 
 void textCb(void*, const char*, uint32_t) {}
@@ -18,13 +13,7 @@ void packetCb(void*, const VaxoDataStreamPacket*, const char*) {}
 void fileCb(void*, const VaxoFileInfo*, const char*) {}
 void procCb(void*, const VaxoProcessInfo*, const char*) {}
 
-struct Row {
-    const char* name;
-    std::function<uint64_t(VaxoHandle)> valid;                  // every pointer given
-    std::vector<std::function<uint64_t(VaxoHandle)>> nulled;    // one required pointer null each
-};
-
-std::vector<Row> rows() {
+std::vector<NullCase> rows() {
     static char buffer[8];
     static uint32_t size = sizeof buffer;
     static bool flag;
@@ -72,13 +61,6 @@ TEST(ProgramsNull, NullHandleAndNullPointers) {
     const VersionInfo v{1, 2, 1, 1196};
     VaxoHandle h = nullptr;
     ASSERT_EQ(vaxo_CreateContext(&v, nullptr, nullptr, &h), 0u);
-    for (const Row& r : rows()) {
-        EXPECT_EQ(r.valid(nullptr), kConnectionContext) << r.name;
-        EXPECT_EQ(r.valid(h), kDisconnected) << r.name << ": all pointers given reach the closed connection";
-        for (std::size_t i = 0; i < r.nulled.size(); ++i) {
-            EXPECT_EQ(r.nulled[i](nullptr), kConnectionContext) << r.name << " #" << i << ": handle first";
-            EXPECT_EQ(r.nulled[i](h), kBadArgument) << r.name << " #" << i;
-        }
-    }
+    expectNullRefusals(rows(), h, kDisconnected);
     EXPECT_EQ(vaxo_DestroyContext(h), 0u);
 }

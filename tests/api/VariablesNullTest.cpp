@@ -1,25 +1,11 @@
 // Every flat function of VR and TABLE memory refuses a null handle, and a null result, data or
 // callback pointer, before anything reaches the connection.
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <vector>
-
-#include <vaxo/vaxo.h>
+#include "NullCases.h"
 
 namespace {
 
-constexpr uint64_t kConnectionContext = 0x8100000004ull;
-constexpr uint64_t kBadArgument = 0x010000000Cull;
+using namespace vaxotest;
 
-using Call = std::function<uint64_t(VaxoHandle)>;
-struct NullCase {
-    const char* name;
-    Call call;                     // every pointer valid
-    std::vector<Call> nullPointer; // one pointer null each
-};
-
-VaxoHandle fakeHandle() { return reinterpret_cast<VaxoHandle>(static_cast<uintptr_t>(0x10)); }
 void textCb(void*, const char*, uint32_t) {}
 void packetCb(void*, const VaxoDataStreamPacket*, const char*) {}
 
@@ -59,13 +45,7 @@ TEST(VariablesNull, HandleAndResultPointers) {
         {"SetVrBit", [](VaxoHandle h) { return vaxo_SetVrBit(h, 0, 0); }, {}},
         {"ClearVrBit", [](VaxoHandle h) { return vaxo_ClearVrBit(h, 0, 0); }, {}},
     };
-    for (const NullCase& c : cases) {
-        EXPECT_EQ(c.call(nullptr), kConnectionContext) << c.name;
-        for (const Call& n : c.nullPointer) {
-            EXPECT_EQ(n(nullptr), kConnectionContext) << c.name << " (handle first)";
-            EXPECT_EQ(n(fakeHandle()), kBadArgument) << c.name;
-        }
-    }
+    expectNullRefusals(cases);
 }
 
 } // namespace

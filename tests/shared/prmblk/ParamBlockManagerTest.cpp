@@ -76,6 +76,49 @@ TEST(ParamBlockManager, MirrorsKeepTheirDefinitionWithinCapacity) {
     EXPECT_EQ(names.stringValues()[1].view().size(), 100u);
 }
 
+TEST(ParamBlockManager, EachKindTakesItsOwnListAndValues) {
+    struct Kind {
+        ParamBlockType type;
+        bool indices, names, ranges;                // which setter it takes
+        bool variants, strings, decimals, words;    // which values it keeps
+    };
+    const Kind kinds[] = {
+        {ParamBlockType::PrmBlkAxis, false, true, false, true, false, false, false},
+        {ParamBlockType::PrmBlkSystem, false, true, false, true, false, false, false},
+        {ParamBlockType::PrmBlkVr, true, false, false, false, false, true, false},
+        {ParamBlockType::PrmBlkTable, true, false, false, false, false, true, false},
+        {ParamBlockType::PrmBlkProgVar, false, true, false, false, true, false, false},
+        {ParamBlockType::PrmBlkIO, false, false, true, false, false, false, true},
+    };
+    const unsigned idx[] = {1};
+    const char* texts[] = {"A"};
+    const std::string_view views[] = {"B"};
+    const Range runs[] = {{0, 8}};
+    auto result = [](bool takes) { return takes ? ErrorCode::Success : ErrorCode::Fail; };
+    for (const Kind& k : kinds) {
+        ParamBlockManager m;
+        ASSERT_EQ(m.initialize(1, 4), ErrorCode::Success);
+        PrmBlkAccessor a(m, k.type);
+        ASSERT_FALSE(a.isVoid());
+        const int kind = int(k.type);
+        EXPECT_EQ(a.setIndices(idx, 1, false), result(k.indices)) << kind;
+        EXPECT_EQ(a.setNames(texts, 1, true), result(k.names)) << kind;
+        EXPECT_EQ(a.setNames(views, 1, true), result(k.names)) << kind;
+        EXPECT_EQ(a.setRanges(runs, 1, true), result(k.ranges)) << kind;
+        EXPECT_EQ(a.size(), k.names ? 2u : 1u) << kind << ": appended after the first";
+        EXPECT_EQ(a.indices() != nullptr, k.indices) << kind;
+        EXPECT_EQ(a.names() != nullptr, k.names) << kind;
+        EXPECT_EQ(a.ranges() != nullptr, k.ranges) << kind;
+        EXPECT_EQ(a.nvariantValues() != nullptr, k.variants) << kind;
+        EXPECT_EQ(a.stringValues() != nullptr, k.strings) << kind;
+        EXPECT_EQ(a.decimalValues() != nullptr, k.decimals) << kind;
+        EXPECT_EQ(a.uint64Values() != nullptr, k.words) << kind;
+        if (k.names) {
+            EXPECT_EQ(*a.names(), (std::vector<std::string>{"A", "B"})) << kind;
+        }
+    }
+}
+
 TEST(ParamBlockManager, AccessorSerialisesOneBlock) {
     ParamBlockManager m;
     ASSERT_EQ(m.initialize(2, 2), ErrorCode::Success);
