@@ -1,24 +1,45 @@
 // The framing of the file-transfer link (see Framing.h).
 #include "shared/fileloader/Framing.h"
 
+#include <array>
 #include <cstdio>
+#include <cstring>
 
 #include "shared/filetype/IEquals.h"
 
 namespace Vaxo::Ubrix::Shared {
 
+namespace {
+
+// escapeLetter for every byte value, looked up once per byte on the hot path.
+constexpr std::array<char, 256> s_escapeLetters = [] {
+    std::array<char, 256> t{};
+    for (unsigned v = 0; v < 256; ++v)
+        t[v] = escapeLetter(static_cast<unsigned char>(v));
+    return t;
+}();
+
+} // namespace
+
 void appendEscaped(std::string& out, const unsigned char* data, std::size_t length) {
-    std::size_t run = 0;
-    for (std::size_t i = 0; i < length; ++i) {
-        char letter = escapeLetter(data[i]);
-        if (!letter)
-            continue;
-        out.append(reinterpret_cast<const char*>(data) + run, i - run);
-        out.push_back(kESC);
-        out.push_back(letter);
-        run = i + 1;
+    // Room for the worst case first; the bytes then go in with plain stores and memcpy.
+    const std::size_t start = out.size();
+    out.resize(start + 2 * length);
+    char* o = out.data() + start;
+    std::size_t i = 0;
+    while (i < length) {
+        std::size_t j = i;
+        while (j < length && !s_escapeLetters[data[j]])
+            ++j;
+        std::memcpy(o, data + i, j - i);
+        o += j - i;
+        if (j == length)
+            break;
+        *o++ = kESC;
+        *o++ = s_escapeLetters[data[j]];
+        i = j + 1;
     }
-    out.append(reinterpret_cast<const char*>(data) + run, length - run);
+    out.resize(std::size_t(o - out.data()));
 }
 
 ErrorCode GetDestination(std::string_view remote, int& kind, std::string& bareName) {
