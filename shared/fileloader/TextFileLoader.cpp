@@ -276,11 +276,12 @@ ErrorCode TextFileLoader::writeLink(const char* data, std::size_t length) {
 ErrorCode TextFileLoader::writeData(const unsigned char* data, std::size_t length, bool& timedOut) {
     // The escaped form; gathered into one write, or one write per run and per escape pair.
     if (m_gatherWrites.load()) {
-        m_escaped.clear();
-        appendEscaped(m_escaped, data, length);
+        if (m_escaped.size() < 2 * length)
+            m_escaped.resize(2 * length);
+        const std::size_t n = escapeInto(m_escaped.data(), data, length);
         if (!waitWritable(timedOut))
             return ErrorCode::Abort;
-        return writeLink(m_escaped.data(), m_escaped.size());
+        return writeLink(m_escaped.data(), n);
     }
     std::size_t run = 0;
     auto flushRun = [&](std::size_t end) -> ErrorCode {

@@ -17,6 +17,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <vaxo/Records.hpp>
 #include <vaxo/Types.hpp>
@@ -139,7 +140,7 @@ private:
     std::chrono::steady_clock::time_point m_started;
     std::uint64_t m_total = 0;
     std::atomic<std::uint64_t> m_bytes{0};
-    std::string m_escaped; // the sender's escaped chunk, kept between chunks
+    std::vector<char> m_escaped; // room for the sender's escaped chunk, kept between chunks
     // Set by Cancel, an abort from the controller or a failed receive worker: a write waiting
     // for room on the link gives up.
     std::atomic<bool> m_stopWrites{false};
