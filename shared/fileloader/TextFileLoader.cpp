@@ -356,8 +356,9 @@ ErrorCode TextFileLoader::sendUpload() {
             int err = errno;
             log(EventType::Error, std::uint64_t(systemError(err)),
                 format("Error reading %s, error(%i): %s", m_local.c_str(), err, std::strerror(err)));
-            failedOther = true;
-            break;
+            // No ETX: the controller must not take what it has as the whole file. The link is
+            // dropped when the transfer ends, which leaves the controller's copy incomplete.
+            return systemError(err);
         }
         const bool last = n < chunk;
         const unsigned char* data = in.data();
@@ -591,10 +592,13 @@ ErrorCode TextFileLoader::recvData() {
             continue;
         }
         if (rc != ErrorCode::Success || got == 0) {
-            // got == 0 on a closed link: the controller went away mid-transfer.
-            if (rc == ErrorCode::Success)
-                log(EventType::Error, std::uint64_t(ErrorCode::Disconnected), "The controller closed the link");
-            result = rc != ErrorCode::Success ? rc : ErrorCode::Fail;
+            // The link is gone: closed by the controller, or by our sender giving up on it after
+            // a cancel or an abort, which then decides the outcome.
+            std::lock_guard lock(m_mutex);
+            if (!(m_state & (StateCancelled | StateAborted))) {
+                log(EventType::Error, std::uint64_t(ErrorCode::Fail), "File transfer link lost");
+                result = ErrorCode::Fail;
+            }
             break;
         }
         touch();
@@ -608,13 +612,23 @@ ErrorCode TextFileLoader::recvData() {
     }
 
     if (download) {
+        struct stat st {};
+        const bool regular = ::fstat(::fileno(file.get()), &st) == 0 && S_ISREG(st.st_mode);
         if (std::fclose(file.release()) != 0 && result == ErrorCode::Success)
             result = systemError(errno);
         std::uint32_t state;
+        bool crcMatches;
         {
             std::lock_guard lock(m_mutex);
             state = m_state;
+            crcMatches = m_localCrc == m_remoteCrc;
         }
+        const bool complete = result == ErrorCode::Success && (state & StateCrcReceived) &&
+                              !(state & (StateAborted | StateCancelled)) && crcMatches;
+        // A file that did not arrive whole is not left behind to pass for the real one (a device
+        // such as /dev/null is written to, never removed).
+        if (!complete && regular)
+            std::remove(m_local.c_str());
         if (result == ErrorCode::Success && (state & StateCrcReceived) && !(state & (StateAborted | StateCancelled)))
             log(EventType::Information, 0,
                 format("Downloaded %s, (%lu bytes), Duration %lf sec", m_remote.c_str(),

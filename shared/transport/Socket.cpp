@@ -275,11 +275,8 @@ ErrorCode Socket::WriteBounded(const char* data, unsigned int length, unsigned i
         }
         const bool timedOut = timeout != kInfiniteTimeout &&
                               Clock::now() - lastProgress >= std::chrono::milliseconds(timeout);
-        if (stopped() || timedOut) {
-            if (done > 0)
-                Close();
+        if (stopped() || timedOut)
             return timedOut && !stopped() ? ErrorCode::Timeout : ErrorCode::Abort;
-        }
     }
     return ErrorCode::Success;
 }
