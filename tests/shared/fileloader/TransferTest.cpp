@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "LoaderTestUtil.h"
+#include "SummaryLog.h"
 #include "shared/fileloader/Crc16.h"
 
 using namespace loadertest;
@@ -56,7 +57,9 @@ TEST_F(LoaderTest, RoundTripsPlainAndCompressedByteForByte) {
 
             fs::path back = tempDir() / (std::string("back_") + name);
             ASSERT_EQ(download(name, back), ErrorCode::Success) << events.all();
-            EXPECT_EQ(readFile(back), data);
+            const bool lost = readFile(back) != data || server.file(name) != data;
+            EXPECT_FALSE(lost);
+            VaxoTest::summaryAdd("data_lost", lost ? 1 : 0);
         }
     }
     EXPECT_TRUE(events.has("Uploaded "));
