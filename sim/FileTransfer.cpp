@@ -73,25 +73,60 @@ std::string crcText(std::uint16_t crc) {
     return buf;
 }
 
-bool inflateRaw(const std::vector<std::uint8_t>& in, std::vector<std::uint8_t>& out) {
-    z_stream s{};
-    if (inflateInit2(&s, -15) != Z_OK)
-        return false;
-    s.next_in = const_cast<Bytef*>(in.data());
-    s.avail_in = static_cast<uInt>(in.size());
-    int rc = Z_OK;
-    std::uint8_t buf[65536];
-    while (rc == Z_OK) {
-        s.next_out = buf;
-        s.avail_out = sizeof buf;
-        rc = inflate(&s, Z_NO_FLUSH);
-        out.insert(out.end(), buf, buf + (sizeof buf - s.avail_out));
-        if (rc == Z_BUF_ERROR && s.avail_in == 0)
-            break;
+// Raw inflate fed piece by piece as compressed data arrives, so that little is left to do when
+// the upload ends.
+class StreamInflater {
+public:
+    StreamInflater() = default;
+    ~StreamInflater() { end(); }
+    StreamInflater(const StreamInflater&) = delete;
+    StreamInflater& operator=(const StreamInflater&) = delete;
+
+    void begin() {
+        end();
+        m_stream = z_stream{};
+        m_active = inflateInit2(&m_stream, -15) == Z_OK;
+        m_rc = m_active ? Z_OK : Z_STREAM_ERROR;
+        m_out.clear();
     }
-    inflateEnd(&s);
-    return rc == Z_STREAM_END && s.avail_in == 0;
-}
+    void feed(const std::uint8_t* data, std::size_t size) {
+        if (!m_active || m_rc != Z_OK || size == 0)
+            return;
+        m_stream.next_in = const_cast<Bytef*>(data);
+        m_stream.avail_in = static_cast<uInt>(size);
+        while (m_rc == Z_OK && m_stream.avail_in > 0) {
+            const std::size_t used = m_out.size();
+            const std::size_t room = std::max<std::size_t>(size * 4, 65536);
+            m_out.resize(used + room);
+            m_stream.next_out = m_out.data() + used;
+            m_stream.avail_out = static_cast<uInt>(room);
+            m_rc = inflate(&m_stream, Z_NO_FLUSH);
+            m_out.resize(used + (room - m_stream.avail_out));
+            if (m_rc == Z_BUF_ERROR)
+                m_rc = Z_OK; // needs more input
+        }
+        if (m_rc == Z_STREAM_END && m_stream.avail_in > 0)
+            m_rc = Z_DATA_ERROR; // bytes after the end of the stream
+    }
+    // True when the stream ended exactly with the data given; the inflated bytes go to out.
+    bool finish(std::vector<std::uint8_t>& out) {
+        const bool ok = m_active && m_rc == Z_STREAM_END;
+        out.swap(m_out);
+        end();
+        return ok;
+    }
+    void end() {
+        if (m_active)
+            inflateEnd(&m_stream);
+        m_active = false;
+    }
+
+private:
+    z_stream m_stream{};
+    bool m_active = false;
+    int m_rc = Z_OK;
+    std::vector<std::uint8_t> m_out;
+};
 
 // Parses the bytes between SOH and STX.
 bool parseHeader(const std::string& h, TransferRecord& r) {
@@ -345,6 +380,9 @@ void FileTransferServer::serve(Conn& c) {
     std::vector<char> buf(1 << 18);
     // The CRC of an upload's payload runs along as the data arrives: payload[0, crcDone).
     std::uint16_t crcRun = 0;
+    // A compressed upload is inflated as it arrives: payload[0, inflateDone) is in.
+    StreamInflater inflater;
+    std::size_t inflateDone = 0;
     std::size_t crcDone = 0;
     bool leave = false;
 
@@ -411,7 +449,8 @@ void FileTransferServer::serve(Conn& c) {
         f.autorun = (r.flags & 2) != 0;
         if (r.failure.empty()) {
             if (r.flags & 1) {
-                if (!inflateRaw(r.payload, f.data))
+                inflater.feed(r.payload.data() + inflateDone, r.payload.size() - inflateDone);
+                if (!inflater.finish(f.data))
                     r.failure = "inflate failed";
             } else if (b.keepWire) {
                 f.data = r.payload;
@@ -518,6 +557,9 @@ void FileTransferServer::serve(Conn& c) {
                     } else {
                         count = 0;
                         crcRun = 0;
+                        inflateDone = 0;
+                        if (rec.flags & 1)
+                            inflater.begin();
                         crcDone = 0;
                         abortSent = xoffSent = xonSent = false;
                         st = Data;
@@ -586,6 +628,10 @@ void FileTransferServer::serve(Conn& c) {
         if (!leave && (st == Data || st == DataEscape)) {
             crcRun = simCrc16Update(crcRun, rec.payload.data() + crcDone, rec.payload.size() - crcDone);
             crcDone = rec.payload.size();
+            if (rec.flags & 1) {
+                inflater.feed(rec.payload.data() + inflateDone, rec.payload.size() - inflateDone);
+                inflateDone = rec.payload.size();
+            }
         }
     }
 }
