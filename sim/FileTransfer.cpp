@@ -24,6 +24,39 @@ namespace {
 
 constexpr char SOH = 0x01, STX = 0x02, ETX = 0x03, ESC = '\\', SEP = 0x1F;
 
+// Bytes that end a run of plain upload data, and the escape letter of each data byte (0: bare).
+constexpr std::array<bool, 256> kDataStop = [] {
+    std::array<bool, 256> t{};
+    for (char c : {SOH, STX, ETX, ESC})
+        t[static_cast<unsigned char>(c)] = true;
+    return t;
+}();
+constexpr std::array<char, 256> kEscapeOf = [] {
+    std::array<char, 256> t{};
+    t[static_cast<unsigned char>(ESC)] = '\\';
+    t[1] = 'h';
+    t[2] = 's';
+    t[3] = 'e';
+    return t;
+}();
+
+// Appends the escaped form of data to out, runs of bare bytes in one step.
+void appendEscapedData(std::string& out, const std::uint8_t* data, std::size_t size) {
+    out.reserve(out.size() + size + size / 8 + 16);
+    std::size_t i = 0;
+    while (i < size) {
+        std::size_t j = i;
+        while (j < size && !kEscapeOf[data[j]])
+            ++j;
+        out.append(reinterpret_cast<const char*>(data) + i, j - i);
+        if (j == size)
+            break;
+        out.push_back(ESC);
+        out.push_back(kEscapeOf[data[j]]);
+        i = j + 1;
+    }
+}
+
 std::string control(std::string_view text, bool afterData = false) {
     std::string s;
     s.push_back(STX);
@@ -40,25 +73,60 @@ std::string crcText(std::uint16_t crc) {
     return buf;
 }
 
-bool inflateRaw(const std::vector<std::uint8_t>& in, std::vector<std::uint8_t>& out) {
-    z_stream s{};
-    if (inflateInit2(&s, -15) != Z_OK)
-        return false;
-    s.next_in = const_cast<Bytef*>(in.data());
-    s.avail_in = static_cast<uInt>(in.size());
-    int rc = Z_OK;
-    std::uint8_t buf[65536];
-    while (rc == Z_OK) {
-        s.next_out = buf;
-        s.avail_out = sizeof buf;
-        rc = inflate(&s, Z_NO_FLUSH);
-        out.insert(out.end(), buf, buf + (sizeof buf - s.avail_out));
-        if (rc == Z_BUF_ERROR && s.avail_in == 0)
-            break;
+// Raw inflate fed piece by piece as compressed data arrives, so that little is left to do when
+// the upload ends.
+class StreamInflater {
+public:
+    StreamInflater() = default;
+    ~StreamInflater() { end(); }
+    StreamInflater(const StreamInflater&) = delete;
+    StreamInflater& operator=(const StreamInflater&) = delete;
+
+    void begin() {
+        end();
+        m_stream = z_stream{};
+        m_active = inflateInit2(&m_stream, -15) == Z_OK;
+        m_rc = m_active ? Z_OK : Z_STREAM_ERROR;
+        m_out.clear();
     }
-    inflateEnd(&s);
-    return rc == Z_STREAM_END && s.avail_in == 0;
-}
+    void feed(const std::uint8_t* data, std::size_t size) {
+        if (!m_active || m_rc != Z_OK || size == 0)
+            return;
+        m_stream.next_in = const_cast<Bytef*>(data);
+        m_stream.avail_in = static_cast<uInt>(size);
+        while (m_rc == Z_OK && m_stream.avail_in > 0) {
+            const std::size_t used = m_out.size();
+            const std::size_t room = std::max<std::size_t>(size * 4, 65536);
+            m_out.resize(used + room);
+            m_stream.next_out = m_out.data() + used;
+            m_stream.avail_out = static_cast<uInt>(room);
+            m_rc = inflate(&m_stream, Z_NO_FLUSH);
+            m_out.resize(used + (room - m_stream.avail_out));
+            if (m_rc == Z_BUF_ERROR)
+                m_rc = Z_OK; // needs more input
+        }
+        if (m_rc == Z_STREAM_END && m_stream.avail_in > 0)
+            m_rc = Z_DATA_ERROR; // bytes after the end of the stream
+    }
+    // True when the stream ended exactly with the data given; the inflated bytes go to out.
+    bool finish(std::vector<std::uint8_t>& out) {
+        const bool ok = m_active && m_rc == Z_STREAM_END;
+        out.swap(m_out);
+        end();
+        return ok;
+    }
+    void end() {
+        if (m_active)
+            inflateEnd(&m_stream);
+        m_active = false;
+    }
+
+private:
+    z_stream m_stream{};
+    bool m_active = false;
+    int m_rc = Z_OK;
+    std::vector<std::uint8_t> m_out;
+};
 
 // Parses the bytes between SOH and STX.
 bool parseHeader(const std::string& h, TransferRecord& r) {
@@ -114,21 +182,50 @@ std::pair<std::string, int> programOf(const std::string& file) {
 
 void FileTransferServer::attach(Simulator& sim) { sim_ = &sim; }
 
-std::uint16_t simCrc16(const std::uint8_t* data, std::size_t length) {
-    // One byte at a time through a 256-entry table built bit by bit.
-    static const auto table = [] {
-        std::array<std::uint16_t, 256> t{};
+namespace {
+
+// crcTables[0] is the byte table, built bit by bit; crcTables[k][v] is the CRC register after
+// byte v followed by k zero bytes, each row built from the one before with the byte table.
+using CrcTables = std::array<std::array<std::uint16_t, 256>, 8>;
+const CrcTables& crcTables() {
+    static const CrcTables tables = [] {
+        CrcTables t{};
         for (unsigned v = 0; v < 256; ++v) {
             std::uint16_t crc = std::uint16_t(v << 8);
             for (int b = 0; b < 8; ++b)
                 crc = (crc & 0x8000) ? std::uint16_t((crc << 1) ^ 0x8005) : std::uint16_t(crc << 1);
-            t[v] = crc;
+            t[0][v] = crc;
         }
+        for (unsigned k = 1; k < 8; ++k)
+            for (unsigned v = 0; v < 256; ++v)
+                t[k][v] = std::uint16_t((t[k - 1][v] << 8) ^ t[0][t[k - 1][v] >> 8]);
         return t;
     }();
+    return tables;
+}
+
+} // namespace
+
+std::uint16_t simCrc16(const std::uint8_t* data, std::size_t length) {
+    const auto& table = crcTables()[0];
     std::uint16_t crc = 0;
     for (std::size_t i = 0; i < length; ++i)
         crc = std::uint16_t((crc << 8) ^ table[((crc >> 8) ^ data[i]) & 0xFF]);
+    return crc;
+}
+
+std::uint16_t simCrc16Update(std::uint16_t crc, const std::uint8_t* data, std::size_t length) {
+    // Eight bytes per step: the register's two bytes fold into the first two data bytes, and
+    // each of the eight bytes is then pushed through the rest of the block by its own table.
+    const auto& t = crcTables();
+    for (; length >= 8; length -= 8, data += 8) {
+        const unsigned hi = unsigned(data[0]) ^ (crc >> 8);
+        const unsigned lo = unsigned(data[1]) ^ (crc & 0xFF);
+        crc = std::uint16_t(t[7][hi] ^ t[6][lo] ^ t[5][data[2]] ^ t[4][data[3]] ^ t[3][data[4]] ^ t[2][data[5]] ^
+                            t[1][data[6]] ^ t[0][data[7]]);
+    }
+    for (; length; --length, ++data)
+        crc = std::uint16_t((crc << 8) ^ t[0][((crc >> 8) ^ *data) & 0xFF]);
     return crc;
 }
 
@@ -280,12 +377,26 @@ void FileTransferServer::serve(Conn& c) {
     bool abortSent = false, xoffSent = false, xonSent = false;
     std::size_t countAtXon = 0;
     Clock::time_point xoffAt;
-    std::vector<char> buf(65536);
+    std::vector<char> buf(1 << 18);
+    // The CRC of an upload's payload runs along as the data arrives: payload[0, crcDone).
+    std::uint16_t crcRun = 0;
+    // A compressed upload is inflated as it arrives: payload[0, inflateDone) is in.
+    StreamInflater inflater;
+    std::size_t inflateDone = 0;
+    std::size_t crcDone = 0;
+    bool leave = false;
 
     auto finish = [&](TransferRecord& r) {
         std::lock_guard lock(mutex_);
         records_.push_back(std::move(r));
         r = TransferRecord{};
+    };
+    // The link goes down under the client: no answer, the transfer recorded as cut off.
+    auto hangUp = [&](TransferRecord& r, const char* why) {
+        r.failure = why;
+        finish(r);
+        ::shutdown(c.fd, SHUT_RDWR);
+        leave = true;
     };
     // Each transfer is recorded before its answer goes out, so a client that has the answer
     // finds the record.
@@ -311,22 +422,19 @@ void FileTransferServer::serve(Conn& c) {
             return control("ABORT");
         }
         std::string out = control("FILE");
-        std::size_t limit = std::min(b.abortAfter, data->size());
-        for (std::size_t i = 0; i < limit; ++i) {
-            auto v = (*data)[i];
-            switch (v) {
-            case '\\': out += "\\\\"; break;
-            case 0x01: out += "\\h"; break;
-            case 0x02: out += "\\s"; break;
-            case 0x03: out += "\\e"; break;
-            default: out.push_back(char(v));
-            }
+        if (b.closeAfter < data->size()) {
+            appendEscapedData(out, data->data(), b.closeAfter);
+            sendAll(c.fd, out);
+            hangUp(r, "closed");
+            return {};
         }
+        std::size_t limit = std::min(b.abortAfter, data->size());
+        appendEscapedData(out, data->data(), limit);
         if (limit < data->size()) {
             out += control(b.abortText, true);
             r.failure = "aborted";
         } else {
-            std::uint16_t crc = simCrc16(data->data(), data->size());
+            std::uint16_t crc = simCrc16Update(0, data->data(), data->size());
             r.crc = crc;
             out += control(crcText(b.wrongCrc ? std::uint16_t(crc ^ 1) : crc), true);
             r.ok = true;
@@ -334,33 +442,42 @@ void FileTransferServer::serve(Conn& c) {
         return out;
     };
     auto endUpload = [&](TransferRecord& r) -> std::string {
-        r.crc = simCrc16(r.payload.data(), r.payload.size());
+        r.crc = simCrc16Update(crcRun, r.payload.data() + crcDone, r.payload.size() - crcDone);
         StoredFile f;
         f.kind = r.kind;
         f.storage = r.storage;
         f.autorun = (r.flags & 2) != 0;
         if (r.failure.empty()) {
             if (r.flags & 1) {
-                if (!inflateRaw(r.payload, f.data))
+                inflater.feed(r.payload.data() + inflateDone, r.payload.size() - inflateDone);
+                if (!inflater.finish(f.data))
                     r.failure = "inflate failed";
-            } else {
+            } else if (b.keepWire) {
                 f.data = r.payload;
+            } else {
+                f.data.swap(r.payload); // the record keeps no bytes
             }
         }
+        if (!b.keepWire)
+            std::vector<std::uint8_t>().swap(r.payload);
         if (r.failure.empty()) {
             r.ok = true;
             const std::string key = keyOf(r);
-            {
-                std::lock_guard lock(mutex_);
-                files_[key] = f;
-            }
             if (sim_ && r.kind == 2) {
                 auto [program, type] = programOf(r.name);
                 std::string text(f.data.begin(), f.data.end());
                 sim_->withState([&](Controller& ctl) { programStore(ctl).put(program, std::move(text), type); });
             }
-            if (onStored)
+            if (onStored) {
+                {
+                    std::lock_guard lock(mutex_);
+                    files_[key] = f;
+                }
                 onStored(key, f);
+            } else {
+                std::lock_guard lock(mutex_);
+                files_[key] = std::move(f);
+            }
         }
         if (xoffSent && xonSent)
             afterXon_ = count - countAtXon;
@@ -375,8 +492,23 @@ void FileTransferServer::serve(Conn& c) {
         if (!answer.empty())
             sendAll(c.fd, answer);
     };
+    // A client whose controller has stopped reading: its bytes pile up in the socket buffers
+    // until it gives up and closes the link.
+    auto stopReading = [&](TransferRecord& r) {
+        r.failure = "stopped reading";
+        finish(r);
+        while (!stopping_) {
+            pollfd p{c.fd, POLLRDHUP, 0};
+            int n = ::poll(&p, 1, 20);
+            if (n < 0 && errno != EINTR)
+                break;
+            if (n > 0 && (p.revents & (POLLRDHUP | POLLHUP | POLLERR)))
+                break;
+        }
+        leave = true;
+    };
 
-    while (!stopping_) {
+    while (!stopping_ && !leave) {
         if (xoffSent && !xonSent) {
             if (Clock::now() - xoffAt >= std::chrono::milliseconds(b.xoffMs)) {
                 countAtXon = count;
@@ -393,7 +525,8 @@ void FileTransferServer::serve(Conn& c) {
         ssize_t n = ::recv(c.fd, buf.data(), buf.size(), 0);
         if (n <= 0)
             break;
-        for (ssize_t i = 0; i < n; ++i) {
+        const auto* bytes = reinterpret_cast<const std::uint8_t*>(buf.data());
+        for (ssize_t i = 0; i < n && !leave; ++i) {
             const char ch = buf[std::size_t(i)];
             switch (st) {
             case Idle:
@@ -418,10 +551,16 @@ void FileTransferServer::serve(Conn& c) {
                         st = Idle;
                     } else if (rec.download) {
                         std::string answer = download(rec);
-                        finishAndAnswer(rec, answer);
+                        if (!leave)
+                            finishAndAnswer(rec, answer);
                         st = Idle;
                     } else {
                         count = 0;
+                        crcRun = 0;
+                        inflateDone = 0;
+                        if (rec.flags & 1)
+                            inflater.begin();
+                        crcDone = 0;
                         abortSent = xoffSent = xonSent = false;
                         st = Data;
                     }
@@ -433,42 +572,41 @@ void FileTransferServer::serve(Conn& c) {
                 break;
             case Data:
             case DataEscape:
-                if (st == Data && ch == ETX) {
+                if (st == DataEscape) {
+                    if (b.keepWire)
+                        rec.wire.push_back(std::uint8_t(ch));
+                    ++count;
+                    int v = ch == '\\' ? '\\' : ch == 'h' ? 1 : ch == 's' ? 2 : ch == 'e' ? 3 : -1;
+                    if (v < 0 && rec.failure.empty())
+                        rec.failure = "bad escape";
+                    rec.payload.push_back(std::uint8_t(v));
+                    st = Data;
+                } else if (ch == ETX) {
                     std::string answer = endUpload(rec);
                     finishAndAnswer(rec, answer);
                     st = Idle;
                     break;
-                }
-                if (st == Data && ch != ESC && ch != SOH && ch != STX) {
+                } else if (!kDataStop[bytes[i]]) {
                     // A run of plain data bytes in one step.
                     ssize_t j = i;
-                    while (j < n && buf[std::size_t(j)] != ETX && buf[std::size_t(j)] != ESC &&
-                           buf[std::size_t(j)] != SOH && buf[std::size_t(j)] != STX)
+                    while (j < n && !kDataStop[bytes[j]])
                         ++j;
-                    const auto* first = reinterpret_cast<const std::uint8_t*>(buf.data()) + i;
-                    const auto* last = reinterpret_cast<const std::uint8_t*>(buf.data()) + j;
                     if (b.keepWire)
-                        rec.wire.insert(rec.wire.end(), first, last);
-                    rec.payload.insert(rec.payload.end(), first, last);
+                        rec.wire.insert(rec.wire.end(), bytes + i, bytes + j);
+                    rec.payload.insert(rec.payload.end(), bytes + i, bytes + j);
                     count += std::size_t(j - i);
                     i = j - 1;
                 } else {
                     if (b.keepWire)
                         rec.wire.push_back(std::uint8_t(ch));
                     ++count;
-                }
-                if (st == DataEscape) {
-                    int v = ch == '\\' ? '\\' : ch == 'h' ? 1 : ch == 's' ? 2 : ch == 'e' ? 3 : -1;
-                    if (v < 0 && rec.failure.empty())
-                        rec.failure = "bad escape";
-                    rec.payload.push_back(std::uint8_t(v));
-                    st = Data;
-                } else if (ch == ESC) {
-                    st = DataEscape;
-                } else if (ch == SOH || ch == STX) {
-                    if ((ch == SOH || ch == STX) && rec.failure.empty())
-                        rec.failure = "bare control byte in data";
-                    rec.payload.push_back(std::uint8_t(ch));
+                    if (ch == ESC) {
+                        st = DataEscape;
+                    } else { // a bare SOH or STX
+                        if (rec.failure.empty())
+                            rec.failure = "bare control byte in data";
+                        rec.payload.push_back(std::uint8_t(ch));
+                    }
                 }
                 if (!xoffSent && count >= b.xoffAfter) {
                     xoffSent = true;
@@ -480,7 +618,19 @@ void FileTransferServer::serve(Conn& c) {
                     rec.failure = "aborted";
                     sendAll(c.fd, control(b.abortText));
                 }
+                if (count >= b.closeAfter)
+                    hangUp(rec, "closed");
+                else if (count >= b.stopReadingAfter)
+                    stopReading(rec);
                 break;
+            }
+        }
+        if (!leave && (st == Data || st == DataEscape)) {
+            crcRun = simCrc16Update(crcRun, rec.payload.data() + crcDone, rec.payload.size() - crcDone);
+            crcDone = rec.payload.size();
+            if (rec.flags & 1) {
+                inflater.feed(rec.payload.data() + inflateDone, rec.payload.size() - inflateDone);
+                inflateDone = rec.payload.size();
             }
         }
     }

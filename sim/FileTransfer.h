@@ -38,8 +38,10 @@ namespace Vaxo::Sim {
 
 class Simulator;
 
-// CRC-16/UMTS, a byte at a time (the server's own, independent of the library's slice-by-8).
+// CRC-16/UMTS (the server's own, independent of the library's). simCrc16Update continues a CRC
+// eight bytes per step; simCrc16 is the plain byte-at-a-time form it is checked against.
 std::uint16_t simCrc16(const std::uint8_t* data, std::size_t length);
+std::uint16_t simCrc16Update(std::uint16_t crc, const std::uint8_t* data, std::size_t length);
 
 struct StoredFile {
     std::vector<std::uint8_t> data; // as stored (inflated when it came compressed)
@@ -75,7 +77,11 @@ public:
         std::string abortText = "ABORT";
         bool wrongCrc = false;            // answer a CRC that is off by one bit
         bool stall = false;               // read everything, answer nothing
-        bool keepWire = true;             // keep the received bytes in the transfer records
+        std::size_t closeAfter = kNever;  // after this many data bytes (either way), close the link
+        std::size_t stopReadingAfter = kNever; // after this many data bytes of an upload, read
+                                               // nothing more until the client closes the link
+        bool keepWire = true;             // keep the received bytes (wire and payload) in the
+                                          // transfer records
     };
 
     FileTransferServer() = default;

@@ -23,6 +23,7 @@
 // "ABORT" ETX when it cannot send the file.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -63,6 +64,9 @@ constexpr int unescapeLetter(char c) noexcept {
     }
 }
 
+// Writes the escaped form of `data` to `out`, which has room for 2 * length bytes; returns the
+// number of bytes written.
+std::size_t escapeInto(char* out, const unsigned char* data, std::size_t length) noexcept;
 // Appends the escaped form of `data` to `out`.
 void appendEscaped(std::string& out, const unsigned char* data, std::size_t length);
 

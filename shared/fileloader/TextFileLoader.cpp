@@ -2,8 +2,8 @@
 #include "shared/fileloader/TextFileLoader.h"
 
 #include <cerrno>
-#include <charconv>
 #include <cstring>
+#include <functional>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -12,6 +12,7 @@
 
 #include "shared/fileloader/Deflater.h"
 #include "shared/fileloader/Framing.h"
+#include "shared/fileloader/ReceiveParser.h"
 #include "shared/filetype/IEquals.h"
 #include "shared/protocol/ControllerCapabilities.h"
 
@@ -19,8 +20,7 @@ namespace Vaxo::Ubrix::Shared {
 
 namespace {
 
-constexpr std::size_t kReadSize = 256;      // bytes per read from the link
-constexpr std::size_t kControlMax = 256;    // longest control text
+constexpr std::size_t kReadSize = 65536;    // bytes per read from the link
 constexpr unsigned int kReadSlice = 50;     // ms: the receive worker looks at the flags this often
 
 std::int64_t nowMs() {
@@ -68,13 +68,23 @@ ErrorCode TextFileLoader::OpenConnection(std::string_view host, std::uint16_t po
         h.assign(host);
     }
     ErrorCode rc = m_port.Open(h, port ? port : kDefaultPort, timeout, false);
-    if (rc == ErrorCode::Success)
+    if (rc == ErrorCode::Success) {
         m_port.SetNoDelay(true);
+        std::lock_guard lock(m_hostMutex);
+        m_openHost = std::move(h);
+        m_openPort = port ? port : kDefaultPort;
+        m_openTimeout = timeout;
+        m_relink = false;
+    }
     return rc;
 }
 
 ErrorCode TextFileLoader::CloseConnection() {
     Cancel();
+    {
+        std::lock_guard lock(m_hostMutex);
+        m_relink = false;
+    }
     return m_port.Close();
 }
 
@@ -83,7 +93,34 @@ void TextFileLoader::Cancel() {
         std::lock_guard lock(m_mutex);
         m_state |= StateCancelled;
     }
+    m_stopWrites.store(true);
     m_cv.notify_all();
+}
+
+ErrorCode TextFileLoader::relinkIfNeeded() {
+    std::string host;
+    std::uint16_t port;
+    unsigned int timeout;
+    {
+        std::lock_guard lock(m_hostMutex);
+        if (!m_relink || m_port.isOpened())
+            return ErrorCode::Success;
+        m_relink = false;
+        host = m_openHost;
+        port = m_openPort;
+        timeout = m_openTimeout;
+    }
+    return OpenConnection(host, port, timeout);
+}
+
+void TextFileLoader::dropLink() {
+    // The controller may still be sending, or be in the middle of the data it was sent: bytes
+    // of this transfer must not reach the next one. A fresh link starts clean.
+    {
+        std::lock_guard lock(m_hostMutex);
+        m_relink = true;
+    }
+    m_port.Close();
 }
 
 std::uint32_t TextFileLoader::state() const {
@@ -127,6 +164,7 @@ ErrorCode TextFileLoader::TransferFile(std::uint32_t direction, std::string_view
     }
     if (level < 0 || level > 9 || options.storage > 9 || local.empty())
         return ErrorCode::BadArgument;
+    relinkIfNeeded();
     if (!m_port.isOpened())
         return ErrorCode::Disconnected;
     const bool download = direction == kDownload;
@@ -164,6 +202,7 @@ ErrorCode TextFileLoader::TransferFile(std::uint32_t direction, std::string_view
         m_state = 0;
         m_xoff = false;
     }
+    m_stopWrites.store(false);
     m_started = std::chrono::steady_clock::now();
     touch();
     progress(0, m_total, 0);
@@ -178,8 +217,14 @@ ErrorCode TextFileLoader::TransferFile(std::uint32_t direction, std::string_view
     progress(m_bytes.load(), download ? m_bytes.load() : m_total, 2);
     m_progress = nullptr;
 
-    std::lock_guard lock(m_mutex);
-    return m_recvResult != ErrorCode::Success ? m_recvResult : m_sendResult;
+    ErrorCode result;
+    {
+        std::lock_guard lock(m_mutex);
+        result = m_recvResult != ErrorCode::Success ? m_recvResult : m_sendResult;
+    }
+    if (result != ErrorCode::Success)
+        dropLink();
+    return result;
 }
 
 void TextFileLoader::sendThreadFunc() {
@@ -196,6 +241,8 @@ void TextFileLoader::sendThreadFunc() {
 
 void TextFileLoader::recvThreadFunc() {
     ErrorCode rc = recvData();
+    if (rc != ErrorCode::Success)
+        m_stopWrites.store(true); // a sender stuck on a full link has nobody to wait for
     {
         std::lock_guard lock(m_mutex);
         m_recvResult = rc;
@@ -220,17 +267,21 @@ bool TextFileLoader::waitWritable(bool& timedOut) {
     return (m_state & (StateCancelled | StateAborted | StateError)) == 0;
 }
 
+ErrorCode TextFileLoader::writeLink(const char* data, std::size_t length) {
+    ErrorCode rc = m_port.Write(data, unsigned(length), m_timeout, &m_stopWrites);
+    touch();
+    return rc;
+}
+
 ErrorCode TextFileLoader::writeData(const unsigned char* data, std::size_t length, bool& timedOut) {
     // The escaped form; gathered into one write, or one write per run and per escape pair.
     if (m_gatherWrites.load()) {
-        std::string out;
-        out.reserve(length + length / 16 + 16);
-        appendEscaped(out, data, length);
+        if (m_escaped.size() < 2 * length)
+            m_escaped.resize(2 * length);
+        const std::size_t n = escapeInto(m_escaped.data(), data, length);
         if (!waitWritable(timedOut))
             return ErrorCode::Abort;
-        ErrorCode rc = m_port.Write(out.data(), unsigned(out.size()));
-        touch();
-        return rc;
+        return writeLink(m_escaped.data(), n);
     }
     std::size_t run = 0;
     auto flushRun = [&](std::size_t end) -> ErrorCode {
@@ -238,9 +289,7 @@ ErrorCode TextFileLoader::writeData(const unsigned char* data, std::size_t lengt
             return ErrorCode::Success;
         if (!waitWritable(timedOut))
             return ErrorCode::Abort;
-        ErrorCode rc = m_port.Write(reinterpret_cast<const char*>(data) + run, unsigned(end - run));
-        touch();
-        return rc;
+        return writeLink(reinterpret_cast<const char*>(data) + run, end - run);
     };
     for (std::size_t i = 0; i < length; ++i) {
         char letter = escapeLetter(data[i]);
@@ -251,9 +300,8 @@ ErrorCode TextFileLoader::writeData(const unsigned char* data, std::size_t lengt
         if (!waitWritable(timedOut))
             return ErrorCode::Abort;
         const char pair[2] = {kESC, letter};
-        if (ErrorCode rc = m_port.Write(pair, 2); rc != ErrorCode::Success)
+        if (ErrorCode rc = writeLink(pair, 2); rc != ErrorCode::Success)
             return rc;
-        touch();
         run = i + 1;
     }
     return flushRun(length);
@@ -286,14 +334,14 @@ ErrorCode TextFileLoader::sendUpload() {
         flags |= kFlagCompressed;
     const std::string header = makeHeader(m_kind, m_bareName, flags, m_options.storage);
     bool timedOut = false;
+    bool writeTimedOut = false;
     bool failedOther = false;
     bool stopped = !waitWritable(timedOut);
     if (!stopped) {
-        if (m_port.Write(header.data(), unsigned(header.size())) != ErrorCode::Success) {
-            log(EventType::Error, std::uint64_t(ErrorCode::Fail), "Port write error");
-            return outcome(false, true);
+        if (ErrorCode rc = writeLink(header.data(), header.size()); rc != ErrorCode::Success) {
+            log(EventType::Error, std::uint64_t(rc), "Port write error");
+            return outcome(rc == ErrorCode::Timeout, true);
         }
-        touch();
     }
 
     CrcCalculator crc;
@@ -308,8 +356,9 @@ ErrorCode TextFileLoader::sendUpload() {
             int err = errno;
             log(EventType::Error, std::uint64_t(systemError(err)),
                 format("Error reading %s, error(%i): %s", m_local.c_str(), err, std::strerror(err)));
-            failedOther = true;
-            break;
+            // No ETX: the controller must not take what it has as the whole file. The link is
+            // dropped when the transfer ends, which leaves the controller's copy incomplete.
+            return systemError(err);
         }
         const bool last = n < chunk;
         const unsigned char* data = in.data();
@@ -328,6 +377,12 @@ ErrorCode TextFileLoader::sendUpload() {
             ErrorCode rc = writeData(data, length, timedOut);
             if (rc == ErrorCode::Abort)
                 break; // a flag or a flow-control timeout stopped the sender
+            if (rc == ErrorCode::Timeout) {
+                // The controller has taken nothing for the whole timeout.
+                log(EventType::Error, std::uint64_t(rc), "Port write error");
+                timedOut = writeTimedOut = true;
+                break;
+            }
             if (rc != ErrorCode::Success) {
                 log(EventType::Error, std::uint64_t(rc), "Port write error");
                 failedOther = true;
@@ -342,13 +397,15 @@ ErrorCode TextFileLoader::sendUpload() {
     }
 
     // The end of the data, also after a stop: the controller must leave data mode.
-    if (!failedOther) {
+    if (!failedOther && !writeTimedOut) {
         const char etx = kETX;
-        if (m_port.Write(&etx, 1) != ErrorCode::Success) {
-            log(EventType::Error, std::uint64_t(ErrorCode::Fail), "Port write error");
-            failedOther = true;
+        if (ErrorCode rc = writeLink(&etx, 1); rc != ErrorCode::Success) {
+            // After a cancel or an abort, a link that takes nothing more is no failure of its own.
+            if (rc != ErrorCode::Abort)
+                log(EventType::Error, std::uint64_t(rc), "Port write error");
+            failedOther = rc != ErrorCode::Abort;
+            timedOut = rc == ErrorCode::Timeout;
         }
-        touch();
     }
 
     if (m_mode != 0 && !failedOther && !timedOut) {
@@ -372,11 +429,10 @@ ErrorCode TextFileLoader::sendDownloadRequest() {
     const std::string header = makeHeader(m_kind, m_bareName, flags, m_options.storage);
     bool timedOut = false;
     if (waitWritable(timedOut)) {
-        if (m_port.Write(header.data(), unsigned(header.size())) != ErrorCode::Success) {
-            log(EventType::Error, std::uint64_t(ErrorCode::Fail), "Port write error");
-            return outcome(false, true);
+        if (ErrorCode rc = writeLink(header.data(), header.size()); rc != ErrorCode::Success) {
+            log(EventType::Error, std::uint64_t(rc), "Port write error");
+            return outcome(rc == ErrorCode::Timeout, true);
         }
-        touch();
     }
     {
         // The receive worker bounds this wait with its own idle timeout.
@@ -426,49 +482,73 @@ ErrorCode TextFileLoader::outcome(bool timedOut, bool failedOther) {
     return ErrorCode::Success;
 }
 
-ErrorCode TextFileLoader::handleControl(const std::string& text, int& receiveState) {
-    log(EventType::Information, 0, format("Received: %s", text.c_str()));
-    receiveState = 0;
-    const char* t = text.c_str();
-    if (iequals("CRC=", t)) {
-        const char* first = t + 4;
-        const char* last = t + text.size();
-        unsigned long value = 0;
-        auto [end, ec] = std::from_chars(first, last, value, 16);
-        if (ec != std::errc() || end == first)
-            return ErrorCode::BadResponse;
-        {
-            std::lock_guard lock(m_mutex);
-            m_remoteCrc = value;
-            m_state |= StateCrcReceived;
-        }
-        m_cv.notify_all();
-    } else if (iequals("FILE", t)) {
-        receiveState = 3;
-    } else if (iequals(t, "ABORT")) {
-        // The received text need only be a prefix of the keyword, in any case ("ab" aborts).
-        {
-            std::lock_guard lock(m_mutex);
-            m_state |= StateAborted;
-        }
-        m_cv.notify_all();
-    } else if (iequals(t, "XON")) {
-        {
-            std::lock_guard lock(m_mutex);
-            m_xoff = false;
-        }
-        m_cv.notify_all();
-    } else if (iequals(t, "XOFF")) {
+ErrorCode TextFileLoader::handleControl(std::string_view text, const ReceiveParser::ControlText& meaning) {
+    log(EventType::Information, 0, format("Received: %.*s", int(text.size()), text.data()));
+    switch (meaning.kind) {
+    case ReceiveParser::Control::Crc: {
+        std::lock_guard lock(m_mutex);
+        m_remoteCrc = meaning.crc;
+        m_state |= StateCrcReceived;
+        break;
+    }
+    case ReceiveParser::Control::Abort: {
+        std::lock_guard lock(m_mutex);
+        m_state |= StateAborted;
+        m_stopWrites.store(true);
+        break;
+    }
+    case ReceiveParser::Control::Xon: {
+        std::lock_guard lock(m_mutex);
+        m_xoff = false;
+        break;
+    }
+    case ReceiveParser::Control::Xoff: {
         std::lock_guard lock(m_mutex);
         m_xoff = true;
+        return ErrorCode::Success;
     }
+    default:
+        return ErrorCode::Success;
+    }
+    m_cv.notify_all();
     return ErrorCode::Success;
 }
+
+namespace {
+
+// Where the receive worker's parser output goes: control texts to the loader, and, for a
+// download, file data into the local file and its CRC.
+class ReceiveSink final : public ReceiveParser::Sink {
+public:
+    ReceiveSink(std::FILE* file, CrcCalculator& crc,
+                std::function<ErrorCode(std::string_view, const ReceiveParser::ControlText&)> onText)
+        : m_file(file), m_crc(crc), m_onText(std::move(onText)) {}
+    ErrorCode data(const unsigned char* bytes, std::size_t length) override {
+        if (!m_file)
+            return ErrorCode::Success; // an upload's controller sends no data; ignore any
+        m_crc.add(bytes, length);
+        if (std::fwrite(bytes, 1, length, m_file) != length)
+            return systemError(errno);
+        m_received += length;
+        return ErrorCode::Success;
+    }
+    ErrorCode control(std::string_view text, const ReceiveParser::ControlText& meaning) override {
+        return m_onText(text, meaning);
+    }
+    std::uint64_t received() const { return m_received; }
+
+private:
+    std::FILE* m_file;
+    CrcCalculator& m_crc;
+    std::function<ErrorCode(std::string_view, const ReceiveParser::ControlText&)> m_onText;
+    std::uint64_t m_received = 0;
+};
+
+} // namespace
 
 ErrorCode TextFileLoader::recvData() {
     const bool download = m_direction == kDownload;
     File file;
-    CrcCalculator crc;
     if (download) {
         log(EventType::Information, 0, format("Downloading %s ...", m_remote.c_str()));
         file.reset(std::fopen(m_local.c_str(), "wb"));
@@ -479,15 +559,21 @@ ErrorCode TextFileLoader::recvData() {
                 format("Error opening %s, error(%i): %s", m_local.c_str(), err, std::strerror(err)));
             return rc;
         }
-        crc.select("CRC-16");
     }
 
+    CrcCalculator crc;
+    crc.select("CRC-16");
+    ReceiveSink sink(file.get(), crc, [&](std::string_view text, const ReceiveParser::ControlText& meaning) {
+        if (download && meaning.kind == ReceiveParser::Control::Crc) {
+            // The file's CRC is taken where the controller's arrives: every data byte is in.
+            std::lock_guard lock(m_mutex);
+            m_localCrc = crc.value();
+        }
+        return handleControl(text, meaning);
+    });
+    ReceiveParser parser;
     ErrorCode result = ErrorCode::Success;
-    int rs = 0;
-    std::string control;
-    std::vector<unsigned char> data;
-    char buffer[kReadSize];
-    std::uint64_t received = 0;
+    std::vector<char> buffer(kReadSize);
     const std::uint32_t stop = StateCancelled | StateAborted | StateCrcReceived | StateError;
     for (;;) {
         {
@@ -496,7 +582,7 @@ ErrorCode TextFileLoader::recvData() {
                 break;
         }
         unsigned int got = 0;
-        ErrorCode rc = m_port.Read(buffer, kReadSize, got, kReadSlice);
+        ErrorCode rc = m_port.Read(buffer.data(), unsigned(buffer.size()), got, kReadSlice);
         if (rc == ErrorCode::Timeout || (rc == ErrorCode::Success && got == 0 && m_port.isOpened())) {
             if (nowMs() - m_lastActivity.load() >= std::int64_t(m_timeout)) {
                 log(EventType::Error, std::uint64_t(ErrorCode::Timeout), "Data receive timeout");
@@ -506,91 +592,47 @@ ErrorCode TextFileLoader::recvData() {
             continue;
         }
         if (rc != ErrorCode::Success || got == 0) {
-            result = rc != ErrorCode::Success ? rc : ErrorCode::Fail;
+            // The link is gone: closed by the controller, or by our sender giving up on it after
+            // a cancel or an abort, which then decides the outcome.
+            std::lock_guard lock(m_mutex);
+            if (!(m_state & (StateCancelled | StateAborted))) {
+                log(EventType::Error, std::uint64_t(ErrorCode::Fail), "File transfer link lost");
+                result = ErrorCode::Fail;
+            }
             break;
         }
         touch();
-        data.clear();
-        for (unsigned int i = 0; i < got && result == ErrorCode::Success; ++i) {
-            const char c = buffer[i];
-            switch (rs) {
-            case 3:
-                if (c == kESC)
-                    rs = 4;
-                else if (c == kSTX) {
-                    control.clear();
-                    rs = 2;
-                } else
-                    data.push_back(static_cast<unsigned char>(c));
-                break;
-            case 4: {
-                int v = unescapeLetter(c);
-                if (v < 0)
-                    result = ErrorCode::BadResponse;
-                else
-                    data.push_back(static_cast<unsigned char>(v));
-                rs = 3;
-                break;
-            }
-            default:
-                if (c == kSTX) {
-                    if (rs == 1) {
-                        control.clear();
-                        rs = 2;
-                    } else {
-                        rs = 1;
-                    }
-                } else if (rs == 2) {
-                    if (c == kETX) {
-                        if (download && iequals("CRC=", control.c_str())) {
-                            std::lock_guard lock(m_mutex);
-                            m_localCrc = crc.value();
-                        }
-                        result = handleControl(control, rs);
-                    } else if (control.size() >= kControlMax) {
-                        result = ErrorCode::BufferTooSmall;
-                    } else {
-                        control.push_back(c);
-                    }
-                } else {
-                    rs = 0;
-                }
-                break;
-            }
-            // Data before a control text is complete before the text is interpreted.
-            if (rs != 3 && rs != 4 && !data.empty() && download) {
-                crc.add(data.data(), data.size());
-                if (std::fwrite(data.data(), 1, data.size(), file.get()) != data.size())
-                    result = systemError(errno);
-                received += data.size();
-                data.clear();
-            }
-        }
-        if (!data.empty() && download && result == ErrorCode::Success) {
-            crc.add(data.data(), data.size());
-            if (std::fwrite(data.data(), 1, data.size(), file.get()) != data.size())
-                result = systemError(errno);
-            received += data.size();
-        }
+        result = parser.feed(buffer.data(), got, sink);
         if (download) {
-            m_bytes.store(received);
-            progress(received, 0, 1);
+            m_bytes.store(sink.received());
+            progress(sink.received(), 0, 1);
         }
         if (result != ErrorCode::Success)
             break;
     }
 
     if (download) {
-        file.reset();
+        struct stat st {};
+        const bool regular = ::fstat(::fileno(file.get()), &st) == 0 && S_ISREG(st.st_mode);
+        if (std::fclose(file.release()) != 0 && result == ErrorCode::Success)
+            result = systemError(errno);
         std::uint32_t state;
+        bool crcMatches;
         {
             std::lock_guard lock(m_mutex);
             state = m_state;
+            crcMatches = m_localCrc == m_remoteCrc;
         }
+        const bool complete = result == ErrorCode::Success && (state & StateCrcReceived) &&
+                              !(state & (StateAborted | StateCancelled)) && crcMatches;
+        // A file that did not arrive whole is not left behind to pass for the real one (a device
+        // such as /dev/null is written to, never removed).
+        if (!complete && regular)
+            std::remove(m_local.c_str());
         if (result == ErrorCode::Success && (state & StateCrcReceived) && !(state & (StateAborted | StateCancelled)))
             log(EventType::Information, 0,
-                format("Downloaded %s, (%lu bytes), Duration %lf sec", m_remote.c_str(), (unsigned long)received,
-                       elapsedSeconds()));
+                format("Downloaded %s, (%lu bytes), Duration %lf sec", m_remote.c_str(),
+                       (unsigned long)sink.received(), elapsedSeconds()));
     }
     if (result == ErrorCode::Success) {
         std::lock_guard lock(m_mutex);

@@ -17,11 +17,13 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <vaxo/Records.hpp>
 #include <vaxo/Types.hpp>
 
 #include "shared/fileloader/Crc16.h"
+#include "shared/fileloader/ReceiveParser.h"
 #include "shared/filetype/FileType.h"
 #include "shared/transport/Port_TCP.h"
 
@@ -98,7 +100,13 @@ private:
     // Waits while XOFF is set and no flag is in the state word. false: stop sending.
     bool waitWritable(bool& timedOut);
     ErrorCode writeData(const unsigned char* data, std::size_t length, bool& timedOut);
-    ErrorCode handleControl(const std::string& text, int& receiveState);
+    // One write on the link, bounded by the timeout and stopped by m_stopWrites.
+    ErrorCode writeLink(const char* data, std::size_t length);
+    ErrorCode handleControl(std::string_view text, const ReceiveParser::ControlText& meaning);
+    // After a failed transfer the link is closed (dropLink) and opened again, with the
+    // parameters of the last OpenConnection, when the next transfer starts (relinkIfNeeded).
+    void dropLink();
+    ErrorCode relinkIfNeeded();
     ErrorCode outcome(bool timedOut, bool failedOther);
     void progress(std::uint64_t done, std::uint64_t total, std::uint32_t state);
     void log(EventType type, std::uint64_t value, const std::string& text);
@@ -107,8 +115,12 @@ private:
 
     EventCallback m_logger; // before m_port, which keeps a reference to it
     Port_TCP m_port;
-    std::mutex m_hostMutex;
+    std::mutex m_hostMutex; // the host fields and m_relink
     std::string m_defaultHost = "127.0.0.1";
+    std::string m_openHost;
+    std::uint16_t m_openPort = kDefaultPort;
+    unsigned int m_openTimeout = 0;
+    bool m_relink = false;
     std::atomic<double> m_firmware{99.0};
     std::atomic<bool> m_gatherWrites{true};
     std::mutex m_transferMutex; // one transfer at a time
@@ -128,6 +140,10 @@ private:
     std::chrono::steady_clock::time_point m_started;
     std::uint64_t m_total = 0;
     std::atomic<std::uint64_t> m_bytes{0};
+    std::vector<char> m_escaped; // room for the sender's escaped chunk, kept between chunks
+    // Set by Cancel, an abort from the controller or a failed receive worker: a write waiting
+    // for room on the link gives up.
+    std::atomic<bool> m_stopWrites{false};
 
     // Shared by the workers under m_mutex.
     mutable std::mutex m_mutex;

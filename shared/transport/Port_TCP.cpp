@@ -54,6 +54,17 @@ ErrorCode Port_TCP::Write(const char* data, unsigned int length) {
     return rc;
 }
 
+ErrorCode Port_TCP::Write(const char* data, unsigned int length, unsigned int timeout,
+                          const std::atomic<bool>* stop) {
+    std::lock_guard lock(m_writeMutex);
+    ErrorCode rc = m_socket.WriteBounded(data, length, timeout, stop);
+    if (rc == ErrorCode::Success) {
+        if (ISniffer* sniffer = m_writeSniffer.load())
+            sniffer->sniff(data, length);
+    }
+    return rc;
+}
+
 unsigned int Port_TCP::takeBuffered(char* buffer, unsigned int size) {
     unsigned int n = std::min(m_count, size);
     if (n) {

@@ -26,6 +26,8 @@ public:
 
     ErrorCode Close() override;
     ErrorCode Write(const char* data, unsigned int length) override;
+    // Write with a bounded wait for room on the link (Socket::WriteBounded).
+    ErrorCode Write(const char* data, unsigned int length, unsigned int timeout, const std::atomic<bool>* stop);
     ErrorCode Read(char* buffer, unsigned int size, unsigned int timeout) override;
     ErrorCode UnRead(const char* data, unsigned int length) override;
     ErrorCode Read(char* buffer, unsigned int size, unsigned int& got, unsigned int timeout) override;

@@ -12,6 +12,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
 #include <vector>
 
 namespace Vaxo::Ubrix::Shared {
@@ -220,6 +222,61 @@ ErrorCode Socket::Write(const char* data, unsigned int length, int flags) {
     if (std::size_t(sent) != length) {
         Close();
         return ErrorCode::SocketWrite;
+    }
+    return ErrorCode::Success;
+}
+
+ErrorCode Socket::WriteBounded(const char* data, unsigned int length, unsigned int timeout,
+                               const std::atomic<bool>* stop) {
+    constexpr unsigned int kSlice = 50; // ms between looks at `stop`
+    using Clock = std::chrono::steady_clock;
+    std::size_t done = 0;
+    auto lastProgress = Clock::now();
+    auto stopped = [&] { return stop && stop->load(std::memory_order_acquire); };
+    while (done < length) {
+        ssize_t sent = -1;
+        int err = 0;
+        {
+            std::shared_lock lock(m_useMutex);
+            int fd = m_descriptor.load(std::memory_order_acquire);
+            if (fd == -1) {
+                err = EBADF;
+            } else {
+                do {
+                    sent = ::send(fd, data + done, length - done, MSG_DONTWAIT | MSG_NOSIGNAL);
+                } while (sent < 0 && errno == EINTR);
+                err = errno;
+                if (sent < 0 && (err == EAGAIN || err == EWOULDBLOCK)) {
+                    // Full: wait a slice for room, unless the caller has already given up.
+                    sent = 0;
+                    if (!stopped()) {
+                        unsigned int waited = unsigned(
+                            std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - lastProgress)
+                                .count());
+                        unsigned int left = timeout == kInfiniteTimeout ? kSlice
+                                            : waited >= timeout       ? 0
+                                                                      : timeout - waited;
+                        if (left > 0 && waitReady(fd, POLLOUT, std::min(left, kSlice)) < 0)
+                            err = errno, sent = -1;
+                    }
+                }
+            }
+        }
+        if (sent < 0) {
+            ErrorCode code = systemError(err);
+            AddLogEvent(EventType::Error, code, errnoText(err));
+            Close();
+            return code;
+        }
+        if (sent > 0) {
+            done += std::size_t(sent);
+            lastProgress = Clock::now();
+            continue;
+        }
+        const bool timedOut = timeout != kInfiniteTimeout &&
+                              Clock::now() - lastProgress >= std::chrono::milliseconds(timeout);
+        if (stopped() || timedOut)
+            return timedOut && !stopped() ? ErrorCode::Timeout : ErrorCode::Abort;
     }
     return ErrorCode::Success;
 }

@@ -182,6 +182,7 @@ private:
     double m_firmwareFraction = 0.0;
     std::atomic<unsigned int> m_connectTimeout{5000};
     std::atomic<unsigned int> m_commandTimeout{60000};
+    std::atomic<std::uint16_t> m_fileTransferPort{10001}; // the controller's file-transfer link
     std::atomic<bool> m_connected{false};
     Shared::ParamBlockManager m_paramBlocks; // parameter blocks defined on this connection
 };

@@ -1,8 +1,5 @@
 // Operations of the file-transfer family: each transfer opens the controller's file-transfer
 // link with a loader of its own, runs, and closes it again.
-#include <mutex>
-#include <unordered_map>
-
 #include "shared/fileloader/ProjectLoader.h"
 #include "shared/fileloader/TextFileLoader.h"
 #include "tcp/connection/Connection_TCP.h"
@@ -12,34 +9,13 @@ namespace Vaxo::Ubrix::TCP {
 using Shared::FileType;
 using Shared::TextFileLoader;
 
-namespace {
-
-// The file-transfer port of each connection that set one. Kept beside the connection object;
-// an entry is replaced when a connection at the same address sets its port.
-struct FileTransferPorts {
-    std::mutex mutex;
-    std::unordered_map<const void*, std::uint16_t> ports;
-};
-
-FileTransferPorts& filePorts() {
-    static FileTransferPorts s;
-    return s;
-}
-
-} // namespace
-
 ErrorCode Connection_TCP::SetFileTransferPort(std::uint16_t port) {
-    auto& p = filePorts();
-    std::lock_guard lock(p.mutex);
-    p.ports[this] = port ? port : TextFileLoader::kDefaultPort;
+    m_fileTransferPort.store(port ? port : TextFileLoader::kDefaultPort);
     return ErrorCode::Success;
 }
 
 ErrorCode Connection_TCP::GetFileTransferPort(std::uint16_t& port) {
-    auto& p = filePorts();
-    std::lock_guard lock(p.mutex);
-    auto it = p.ports.find(this);
-    port = it == p.ports.end() ? TextFileLoader::kDefaultPort : it->second;
+    port = m_fileTransferPort.load();
     return ErrorCode::Success;
 }
 

@@ -1,5 +1,5 @@
 // CRC-16/UMTS and the link's framing: check value, table against a bitwise CRC and against
-// Debian's python3-crcmod, destinations, headers and escapes.
+// Debian's python3-crcmod, destinations, headers, escapes and the receive state machine.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -8,6 +8,7 @@
 #include "LoaderTestUtil.h"
 #include "shared/fileloader/Crc16.h"
 #include "shared/fileloader/Framing.h"
+#include "shared/fileloader/ReceiveParser.h"
 
 using namespace Vaxo::Ubrix::Shared;
 using namespace loadertest;
@@ -97,4 +98,109 @@ TEST(Framing, EscapesExactlyTheFourBytes) {
     std::string out;
     appendEscaped(out, in, sizeof in);
     EXPECT_EQ(out, std::string("a\\\\\\h\\s\\e\x04\x1f", 11) + std::string(1, '\0') + "z");
+}
+
+namespace {
+
+// The escaped form one byte at a time, as the link defines it.
+std::string escapeByByte(const Bytes& in) {
+    std::string out;
+    for (std::uint8_t c : in) {
+        if (char letter = escapeLetter(c)) {
+            out.push_back('\\');
+            out.push_back(letter);
+        } else {
+            out.push_back(char(c));
+        }
+    }
+    return out;
+}
+
+struct Collect : ReceiveParser::Sink {
+    Bytes bytes;
+    std::vector<std::string> texts;
+    ErrorCode data(const unsigned char* b, std::size_t n) override {
+        bytes.insert(bytes.end(), b, b + n);
+        return ErrorCode::Success;
+    }
+    ErrorCode control(std::string_view t, const ReceiveParser::ControlText&) override {
+        texts.emplace_back(t);
+        return ErrorCode::Success;
+    }
+};
+
+} // namespace
+
+TEST(Framing, WordAtATimeEscapeMatchesTheByteRuleAndParsesBack) {
+    // Escapable bytes and 0x00 (which the word test must not take for one) at every position
+    // of a word, in runs of every length around the word size.
+    std::mt19937 rng(3);
+    const std::uint8_t pool[] = {0x00, 0x01, 0x02, 0x03, 0x04, '\\', 0x5B, 0x5D, 0x80, 0xFF, 'a', 0x7F};
+    for (int round = 0; round < 2000; ++round) {
+        Bytes in(rng() % 40);
+        for (auto& b : in)
+            b = rng() % 3 ? std::uint8_t('a' + rng() % 26) : pool[rng() % std::size(pool)];
+        std::string out(2 * in.size(), '\0');
+        out.resize(escapeInto(out.data(), in.data(), in.size()));
+        ASSERT_EQ(out, escapeByByte(in)) << round;
+
+        // Back through the receive state machine, the stream cut at a random place.
+        std::string wire = std::string("\x02\x02" "FILE\x03") + out + "\x02" "CRC=1\x03";
+        ReceiveParser parser;
+        Collect sink;
+        const std::size_t cut = rng() % (wire.size() + 1);
+        ASSERT_EQ(parser.feed(wire.data(), cut, sink), ErrorCode::Success);
+        ASSERT_EQ(parser.feed(wire.data() + cut, wire.size() - cut, sink), ErrorCode::Success);
+        EXPECT_EQ(sink.bytes, in) << round;
+        EXPECT_EQ(sink.texts, (std::vector<std::string>{"FILE", "CRC=1"}));
+    }
+}
+
+TEST(ReceiveParser, ControlTextsAndTheirErrors) {
+    struct Row {
+        std::string wire;
+        ErrorCode rc;
+        ReceiveParser::Control kind;
+        std::uint64_t crc;
+    };
+    using C = ReceiveParser::Control;
+    const Row rows[] = {
+        {"\x02\x02" "CRC=fee8\x03", ErrorCode::Success, C::Crc, 0xFEE8},
+        {"\x02\x02" "crc=1A\x03", ErrorCode::Success, C::Crc, 0x1A},
+        {"\x02\x02" "CRC=\x03", ErrorCode::BadResponse, C::Other, 0},
+        {"\x02\x02" "CRC=zz\x03", ErrorCode::BadResponse, C::Other, 0},
+        {"\x02\x02" "CRC=123456789abcdef0123\x03", ErrorCode::BadResponse, C::Other, 0},
+        {"\x02\x02" "ab\x03", ErrorCode::Success, C::Abort, 0},    // a prefix of ABORT
+        {"\x02\x02" "ABORTED\x03", ErrorCode::Success, C::Other, 0}, // longer than the keyword
+        {"\x02\x02" "xOn\x03", ErrorCode::Success, C::Xon, 0},
+        {"\x02\x02" "XOF\x03", ErrorCode::Success, C::Xoff, 0},
+        {"\x02\x02" "X\x03", ErrorCode::Success, C::Xon, 0}, // a prefix of both: XON wins
+        {"\x02" "x\x02\x02" "XOFF\x03", ErrorCode::Success, C::Xoff, 0}, // one STX alone is no text
+        {"\x02\x02" + std::string(300, 'a') + "\x03", ErrorCode::BufferTooSmall, C::Other, 0},
+        {"\x02\x02" "FILE\x03" "ab\\q", ErrorCode::BadResponse, C::File, 0},
+    };
+    for (const auto& r : rows) {
+        SCOPED_TRACE(r.wire);
+        struct Last : ReceiveParser::Sink {
+            ReceiveParser::ControlText seen;
+            ErrorCode data(const unsigned char*, std::size_t) override { return ErrorCode::Success; }
+            ErrorCode control(std::string_view, const ReceiveParser::ControlText& m) override {
+                seen = m;
+                return ErrorCode::Success;
+            }
+        } sink;
+        ReceiveParser parser;
+        EXPECT_EQ(parser.feed(r.wire.data(), r.wire.size(), sink), r.rc);
+        EXPECT_EQ(sink.seen.kind, r.kind);
+        EXPECT_EQ(sink.seen.crc, r.crc);
+    }
+}
+
+TEST(Crc16, SimulatorsSliceBy8AgreesWithItsByteTable) {
+    const Bytes data = mixed(5000, 9);
+    for (std::size_t split : {0u, 1u, 7u, 8u, 9u, 4093u}) {
+        std::uint16_t c = Vaxo::Sim::simCrc16Update(0, data.data(), split);
+        c = Vaxo::Sim::simCrc16Update(c, data.data() + split, data.size() - split);
+        EXPECT_EQ(c, Vaxo::Sim::simCrc16(data.data(), data.size())) << split;
+    }
 }
