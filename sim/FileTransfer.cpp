@@ -466,7 +466,9 @@ void FileTransferServer::serve(Conn& c) {
             if (sim_ && r.kind == 2) {
                 auto [program, type] = programOf(r.name);
                 std::string text(f.data.begin(), f.data.end());
-                sim_->withState([&](Controller& ctl) { programStore(ctl).put(program, std::move(text), type); });
+                sim_->withState([&, program = program, type = type](Controller& ctl) {
+                    programStore(ctl).put(program, std::move(text), type);
+                });
             }
             if (onStored) {
                 {
