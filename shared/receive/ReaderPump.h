@@ -61,6 +61,9 @@ public:
         if (result == ErrorCode::Success) {
             m_queueIdle.store(false, std::memory_order_release);
             m_commandQueue.Push(&command);
+        } else if (m_abandon.load(std::memory_order_acquire)) {
+            // The host closed the link under this send: that, not the port's complaint, is why.
+            return ErrorCode::Disconnected;
         }
         return result;
     }

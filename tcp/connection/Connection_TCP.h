@@ -159,7 +159,13 @@ public:
         if (m_pump.isInPumpThread())
             return ErrorCode::NotSupported;
         Cmd command(*this, std::forward<CtorArgs>(ctorArgs)...);
-        ErrorCode result = m_pump.queueCommand(command, [&] { return send(command); });
+        ErrorCode result = m_pump.queueCommand(command, [&] {
+            // Again under the send lock: a thread that passed the check above just before a close
+            // must not send on the link opened next while its open sequence is still talking.
+            if (!IsConnected() && !isOpeningThread())
+                return ErrorCode::Disconnected;
+            return send(command);
+        });
         if (result == ErrorCode::Success) {
             command.waitReady();
             result = command.getError();
