@@ -429,21 +429,27 @@ TEST_F(FaultScenarios, ControllerErrorOnEveryOperation) {
 TEST_F(FaultScenarios, BlockWriteWaitingForTheQueueWhenTheLinkGoes) {
     for (const bool fatal : {false, true}) {
         const std::string name = fatal ? "fatal error in a queued command" : "close";
-        open({}, fatal ? 300 : 5000);
+        open({}, fatal ? 500 : 5000);
         // Every VR answer cut short: the first read waits for the rest of its reply until the
-        // timeout, a fatal error, while the others queue up behind it.
+        // timeout, a fatal error, while the others queue up behind it. Or every VR answer
+        // held back for longer than the test takes.
         if (fatal)
             sim->faults().stopAfter(5, {.command = "VR", .count = 0});
         else
-            sim->faults().delay(300ms, {.command = "VR", .count = 0});
-        std::vector<std::future<uint64_t>> reads;
-        for (int i = 0; i < 3; ++i) {
-            reads.push_back(std::async(std::launch::async, [&] {
+            sim->faults().delay(3000ms, {.command = "VR", .count = 0});
+        auto read = [&] {
+            return std::async(std::launch::async, [&] {
                 double v;
                 return uint64_t(vaxo_GetVrValue(h, 1, &v));
-            }));
-            std::this_thread::sleep_for(20ms); // queued in this order
-        }
+            });
+        };
+        std::vector<std::future<uint64_t>> reads;
+        reads.push_back(read());
+        for (int i = 0; i < 2000 && sim->requests().empty(); ++i)
+            std::this_thread::sleep_for(1ms);
+        reads.push_back(read());
+        reads.push_back(read());
+        std::this_thread::sleep_for(50ms);
         std::vector<double> values(300, 2.5);
         auto write = std::async(std::launch::async, [&] {
             return uint64_t(vaxo_SetMultiVrValues(h, 10, uint32_t(values.size()), values.data()));
