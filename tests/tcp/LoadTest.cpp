@@ -149,8 +149,8 @@ TEST(Load, SixtyFourConnectionsAtOnce) {
     std::atomic<long long> checked{0}, lost{0};
     std::vector<std::thread> pool;
     for (int l = 0; l < links; ++l) {
-        pool.emplace_back([&, l] {
-            Vaxo::Sim::Simulator sim({.seed = freshSeed(), .controllerType = kType, .firmware = kFirmware, .vrCount = 32768, .tableCount = 12000, .recordRequests = false});
+        pool.emplace_back([&, l, seed = freshSeed()] {
+            Vaxo::Sim::Simulator sim({.seed = seed, .controllerType = kType, .firmware = kFirmware, .vrCount = 32768, .tableCount = 12000, .recordRequests = false});
             const uint16_t port = sim.start();
             VaxoHandle h = nullptr;
             const ::VersionInfo v{1, 2, 1, 1196};
