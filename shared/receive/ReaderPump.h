@@ -59,6 +59,10 @@ public:
         m_currentCommandId.store(command.id(), std::memory_order_release);
         const ErrorCode result = send();
         if (result == ErrorCode::Success) {
+            // Under the idle lock: the worker looks at the queue and records it idle as one step
+            // under it, and must not record idle between this store and the push. A block write
+            // trusts that flag before it reads an answer on its own thread.
+            std::lock_guard idle(m_idleMutex);
             m_queueIdle.store(false, std::memory_order_release);
             m_commandQueue.Push(&command);
         } else if (m_abandon.load(std::memory_order_acquire)) {
