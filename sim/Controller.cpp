@@ -241,6 +241,8 @@ void Session::answer(Outgoing& out, std::uint16_t decodeStatus, std::string_view
     Exchange x{c_, *this, req_, Args(req_.items, 1), format(), out.bytes, scratch_};
     if (out.effects.errorStatus) {
         x.fail(out.effects.errorStatus);
+    } else if (out.effects.replaceWithText) {
+        x.answerText(out.effects.text);
     } else if (decodeStatus) {
         x.fail(decodeStatus);
     } else {

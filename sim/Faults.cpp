@@ -23,6 +23,13 @@ void Faults::errorStatus(std::uint16_t status, FaultScope scope) {
     add({Kind::Error, {}, 0, status, {}, std::move(scope)});
 }
 
+void Faults::textReply(std::string text, FaultScope scope) {
+    add({Kind::Text, {}, 0, 0, std::move(text), std::move(scope)});
+}
+void Faults::endless(std::string chunk, FaultScope scope) {
+    add({Kind::Endless, {}, 0, 0, std::move(chunk), std::move(scope)});
+}
+
 void Faults::clear() {
     std::lock_guard lock(mutex_);
     specs_.clear();
@@ -53,6 +60,11 @@ FaultEffects Faults::take(std::string_view command) {
             fx.garbage = it->data;
             break;
         case Kind::Error: fx.errorStatus = it->status; break;
+        case Kind::Text:
+            fx.replaceWithText = true;
+            fx.text = it->data;
+            break;
+        case Kind::Endless: fx.endless = it->data; break;
         }
         if (it->scope.count == 1) {
             it = specs_.erase(it);

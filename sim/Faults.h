@@ -31,10 +31,13 @@ struct FaultEffects {
     bool replaceWithGarbage = false;
     std::string garbage;                    // the bytes sent instead of the reply
     std::uint16_t errorStatus = 0;          // answer value 0 with this status instead of executing
+    bool replaceWithText = false;           // answer `text` as a text reply instead of executing
+    std::string text;
+    std::string endless;                    // after the reply, send this again and again until the peer goes
 
     bool any() const noexcept {
         return delay.count() || perByte.count() || stopAfter != kNever || closeAfter != kNever || replaceWithGarbage ||
-               errorStatus;
+               errorStatus || replaceWithText || !endless.empty();
     }
 };
 
@@ -46,6 +49,11 @@ public:
     void closeAfter(std::size_t bytes, FaultScope scope = {});
     void garbage(std::string bytes, FaultScope scope = {});
     void errorStatus(std::uint16_t status, FaultScope scope = {});
+    // A reply of the wrong shape: the text, then the standard response, whatever was asked.
+    void textReply(std::string text, FaultScope scope = {});
+    // A reply that never ends: after it (or what stopAfter leaves of it), `chunk` is sent over
+    // and over, a millisecond apart, until the client goes away.
+    void endless(std::string chunk, FaultScope scope = {});
     void clear();
     // Switches still armed.
     std::size_t armed() const;
@@ -54,7 +62,7 @@ public:
     FaultEffects take(std::string_view command);
 
 private:
-    enum class Kind : std::uint8_t { Delay, Trickle, Stop, Close, Garbage, Error };
+    enum class Kind : std::uint8_t { Delay, Trickle, Stop, Close, Garbage, Error, Text, Endless };
     struct Spec {
         Kind kind;
         std::chrono::milliseconds ms{0};

@@ -163,6 +163,10 @@ void Simulator::serve(Connection& conn, std::uint32_t id) {
                 open = sendAll(conn.fd, out.bytes.data(), count);
             }
             if (fx.closeAfter != FaultEffects::kNever) open = false;
+            // Nothing that arrives meanwhile is answered: the controller is busy sending.
+            while (open && !fx.endless.empty())
+                open = sendAll(conn.fd, reinterpret_cast<const std::uint8_t*>(fx.endless.data()), fx.endless.size()) &&
+                       pause(std::chrono::milliseconds(1));
         }
         if (open && !pending.empty()) open = sendAll(conn.fd, pending.data(), pending.size());
         pending.clear();

@@ -3,14 +3,22 @@
 
 #include "shared/receive/ObjectPool.h"
 
+#include <chrono>
+
 namespace Vaxo::Ubrix::Shared {
 
 void ReaderPump::start() {
     std::lock_guard life(m_lifecycleMutex);
-    if (isRunning())
+    if (isRunning() && !m_stopRequested.load(std::memory_order_acquire))
         return;
+    // A worker that raised its own stop (a fatal error) may still be draining: it leaves once
+    // it has its queue empty, so waiting for it is bounded.
+    if (isInPumpThread())
+        return; // an open from inside a reply callback: the commands it needs are refused there
     if (m_pumpThread.joinable())
-        m_pumpThread.join(); // a worker that left after a fatal error
+        m_pumpThread.join();
+    while (isRunning()) // a stop on another thread is joining it
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     m_stopRequested.store(false, std::memory_order_release);
     m_abandon.store(false, std::memory_order_release);
     {
@@ -24,12 +32,20 @@ void ReaderPump::start() {
     waitQueueEmpty();
 }
 
+void ReaderPump::raiseStop() {
+    m_stopRequested.store(true, std::memory_order_release);
+    m_commandQueue.Push(nullptr);
+    // A caller waiting for the queue to drain while it holds the send lock must let go, or the
+    // worker could never take the lock to drain.
+    std::lock_guard lock(m_idleMutex);
+    m_idleCondition.notify_all();
+}
+
 void ReaderPump::stop() {
     std::thread joinable;
     {
         std::lock_guard life(m_lifecycleMutex);
-        m_stopRequested.store(true, std::memory_order_release);
-        m_commandQueue.Push(nullptr);
+        raiseStop();
         if (isInPumpThread())
             return; // raised from a reply on the pump thread: only the flag
         if (m_pumpThread.joinable())
@@ -39,15 +55,15 @@ void ReaderPump::stop() {
         joinable.join();
 }
 
-void ReaderPump::waitQueueEmpty() {
+bool ReaderPump::waitQueueEmpty() {
     std::unique_lock lock(m_idleMutex);
     if (!m_queueIdle.load(std::memory_order_acquire)) {
         m_commandQueue.Push(nullptr);
         m_idleCondition.wait(lock, [this] {
-            return m_queueIdle.load(std::memory_order_acquire) ||
-                   (!m_running.load(std::memory_order_acquire) && m_stopRequested.load(std::memory_order_acquire));
+            return m_queueIdle.load(std::memory_order_acquire) || m_stopRequested.load(std::memory_order_acquire);
         });
     }
+    return m_queueIdle.load(std::memory_order_acquire) && !m_stopRequested.load(std::memory_order_acquire);
 }
 
 void ReaderPump::worker() {

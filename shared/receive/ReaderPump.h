@@ -23,17 +23,26 @@ public:
     ReaderPump(const ReaderPump&) = delete;
     ReaderPump& operator=(const ReaderPump&) = delete;
 
+    // Starts the worker; a worker still leaving after a stop that did not wait for it is
+    // joined first, so that the new one does not see the old one's stop request.
     void start();
+    // Raises the stop and waits for the worker to drain its queue and leave (unless called on
+    // the pump thread, which only raises it).
     void stop();
+    // Raises the stop without waiting for the worker: for fatal errors, which may be met on a
+    // caller's thread that holds the send lock the worker drains under.
+    void raiseStop();
     // Raised by a host closing the link before it closes the port: the command whose reply is
     // being read when the port goes away finishes with Disconnected, like the queued ones.
     void requestStop() {
         m_abandon.store(true, std::memory_order_release);
-        m_stopRequested.store(true, std::memory_order_release);
+        raiseStop();
     }
     bool isRunning() const { return m_running.load(std::memory_order_acquire); }
     bool isInPumpThread() const { return m_pumpThreadId.load(std::memory_order_acquire) == std::this_thread::get_id(); }
-    void waitQueueEmpty();
+    // Waits until the worker has seen its queue empty: true. False as soon as a stop is raised,
+    // for a caller that holds the send lock must then let go of it for the worker to drain.
+    bool waitQueueEmpty();
 
     // Encodes and writes a request (the send step) and queues its command, as one step
     // under the send lock, so that queue order is wire order.
@@ -50,8 +59,15 @@ public:
         m_currentCommandId.store(command.id(), std::memory_order_release);
         const ErrorCode result = send();
         if (result == ErrorCode::Success) {
+            // Under the idle lock: the worker looks at the queue and records it idle as one step
+            // under it, and must not record idle between this store and the push. A block write
+            // trusts that flag before it reads an answer on its own thread.
+            std::lock_guard idle(m_idleMutex);
             m_queueIdle.store(false, std::memory_order_release);
             m_commandQueue.Push(&command);
+        } else if (m_abandon.load(std::memory_order_acquire)) {
+            // The host closed the link under this send: that, not the port's complaint, is why.
+            return ErrorCode::Disconnected;
         }
         return result;
     }

@@ -48,6 +48,11 @@ bool setNonBlocking(int fd, bool on) {
 // The host name is resolved as a name first; a failed resolution falls back to inet_addr with
 // the result passed through ntohl, as the link has always done it.
 in_addr_t resolveHost(const std::string& host) {
+    // A dotted address resolves to itself: no need to go through the resolver, which is not
+    // free of shared state when many links open at once.
+    in_addr numeric{};
+    if (::inet_pton(AF_INET, host.c_str(), &numeric) == 1)
+        return numeric.s_addr;
     hostent entry{};
     hostent* result = nullptr;
     int herr = 0;

@@ -175,8 +175,9 @@ ErrorCode CmdSetMultiValues::sendBlock(KnownTokens token, unsigned start, unsign
     const unsigned perBlock = valuesPerBlock(blockSize(t.GetControllerType()), size);
 
     // The header's answer is read here, before anything else is queued: the send lock is held
-    // and the reader thread has nothing left to read.
-    m_connection.waitCommandQueueEmpty();
+    // and the reader thread has nothing left to read. A link closing meanwhile ends the wait.
+    if (ErrorCode e = m_connection.waitCommandQueueEmpty(); failed(e))
+        return e;
     Shared::TokenBuffer1024 b;
     Encoder enc{t};
     enc.tok(token, b).tok(KnownTokens::OPENBRACKETS, b).val(start, b).tok(KnownTokens::COMMA, b);
@@ -185,8 +186,12 @@ ErrorCode CmdSetMultiValues::sendBlock(KnownTokens token, unsigned start, unsign
         return e;
     if (ErrorCode e = m_connection.sendTokenbuffer(b); failed(e))
         return e;
-    if (ErrorCode e = m_connection.GetResponse(nullptr, nullptr); failed(e))
+    if (ErrorCode e = m_connection.GetResponse(nullptr, nullptr); failed(e)) {
+        // A lost or garbled answer leaves the link out of step, as in a reply read.
+        if (IsFatalError(e))
+            m_connection.ReportFatal();
         return e;
+    }
     for (unsigned offset = 0; offset < count; offset += perBlock) {
         const unsigned n = std::min(perBlock, count - offset);
         b.clear();

@@ -2,6 +2,8 @@
 // and the operations that map one to one onto command classes.
 #include "tcp/connection/Connection_TCP.h"
 
+#include <algorithm>
+#include <chrono>
 #include <cmath>
 
 #include "tcp/commands/Parameters.h"
@@ -11,6 +13,61 @@
 namespace Vaxo::Ubrix::TCP {
 
 using Shared::EventType;
+
+namespace {
+
+// The token table as the open sequence reads it: each byte still waits at most the command
+// timeout, but the whole table must also arrive within it and stay below a size no controller
+// comes near, so that a controller that never ends its table cannot hold the open (or fill
+// the host's memory) for ever.
+class TableReadPort final : public Shared::Port {
+public:
+    static constexpr std::uint64_t kMaxTableBytes = 1u << 20;
+
+    TableReadPort(Shared::Port_TCP& port, const Shared::EventCallback& logger, unsigned timeout)
+        : Port(logger), m_port(port),
+          m_deadline(std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout)) {}
+
+    ErrorCode Read(char* buffer, unsigned int size, unsigned int timeout) override {
+        unsigned wait = 0;
+        if (ErrorCode e = budget(size, timeout, wait); failed(e))
+            return e;
+        return m_port.Read(buffer, size, wait);
+    }
+    ErrorCode Read(char* buffer, unsigned int size, unsigned int& got, unsigned int timeout) override {
+        got = 0;
+        unsigned wait = 0;
+        if (ErrorCode e = budget(size, timeout, wait); failed(e))
+            return e;
+        return m_port.Read(buffer, size, got, wait);
+    }
+    ErrorCode Close() override { return m_port.Close(); }
+    ErrorCode Write(const char* data, unsigned int length) override { return m_port.Write(data, length); }
+    ErrorCode UnRead(const char* data, unsigned int length) override { return m_port.UnRead(data, length); }
+    void setWriteSniffer(Shared::ISniffer* sniffer) override { m_port.setWriteSniffer(sniffer); }
+    void setReadSniffer(Shared::ISniffer* sniffer) override { m_port.setReadSniffer(sniffer); }
+    bool isOpened() const override { return m_port.isOpened(); }
+    std::uint16_t portNumber() const override { return m_port.portNumber(); }
+    std::string hostName() const override { return m_port.hostName(); }
+
+private:
+    ErrorCode budget(unsigned size, unsigned timeout, unsigned& wait) {
+        if ((m_read += size) > kMaxTableBytes)
+            return ErrorCode::TokenTable;
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(m_deadline -
+                                                                                std::chrono::steady_clock::now());
+        if (left.count() <= 0)
+            return ErrorCode::Timeout;
+        wait = std::min<unsigned>(timeout, unsigned(left.count()));
+        return ErrorCode::Success;
+    }
+
+    Shared::Port_TCP& m_port;
+    std::chrono::steady_clock::time_point m_deadline;
+    std::uint64_t m_read = 0;
+};
+
+} // namespace
 
 Connection_TCP::Connection_TCP(Shared::EventCallback logger)
     : ConnectionBase(std::move(logger)), m_port(m_logger), m_token(m_logger) {}
@@ -65,13 +122,20 @@ ErrorCode Connection_TCP::openSequence() {
     if (ErrorCode e = m_port.Open(host, port, m_connectTimeout.load(), true); failed(e))
         return e;
     m_port.SetNoDelay(true);
-    if (ErrorCode e = m_token.ReadTokenTable(m_port, commandTimeout()); failed(e))
-        return e;
+    {
+        TableReadPort bounded(m_port, m_logger, commandTimeout());
+        if (ErrorCode e = m_token.ReadTokenTable(bounded, commandTimeout()); failed(e))
+            return e;
+    }
     m_pump.start();
 
-    // Commands need the connected flag; it is raised for the two queries and lowered again
-    // should either fail.
-    m_connected.store(true, std::memory_order_release);
+    // The two queries go through the command engine before the link counts as connected; only
+    // this thread may send until they are answered.
+    m_openingThread.store(std::this_thread::get_id(), std::memory_order_release);
+    struct OpeningDone {
+        std::atomic<std::thread::id>& id;
+        ~OpeningDone() { id.store(std::thread::id(), std::memory_order_release); }
+    } openingDone{m_openingThread};
     double type = 0;
     ErrorCode e = GetSystemParameter(KnownTokens::CONTROL, type);
     if (!failed(e) && !m_token.SetControllerType(unsigned(type)))
@@ -85,7 +149,6 @@ ErrorCode Connection_TCP::openSequence() {
         if (!m_token.SetControllerVersion(version))
             e = ErrorCode::UnsupportedController;
     }
-    m_connected.store(false, std::memory_order_release);
     if (failed(e))
         return e;
     if (Shared::IsSetSendBufferSize0Needed(version, unsigned(type)))
@@ -112,8 +175,10 @@ ErrorCode Connection_TCP::CloseConnection() {
 }
 
 void Connection_TCP::ReportFatal() {
+    // Not waiting for the worker: a fatal error may be met on a caller's thread that holds the
+    // send lock, under which the worker drains. Close waits for it.
     if (m_pump.isRunning())
-        m_pump.stop();
+        m_pump.raiseStop();
 }
 
 ErrorCode Connection_TCP::GetResponse(double* value, unsigned short* status) {
@@ -126,10 +191,12 @@ ErrorCode Connection_TCP::GetResponse(double* value, unsigned short* status) {
     double s = 0;
     if (ErrorCode e = m_token.ReadNumber(s, m_port, timeout); failed(e))
         return e;
-    // Truncated to 16 bits; a garbled number must not be undefined behaviour.
-    const unsigned short st = std::isfinite(s) && s > -2147483648.0 && s < 2147483648.0
-                                  ? static_cast<unsigned short>(static_cast<std::int32_t>(s))
-                                  : static_cast<unsigned short>(0xFFFF);
+    // A status is a whole number of 16 bits. Anything else is not a standard response at all:
+    // the bytes belong to some other reply (or to none), so the link is out of step and what
+    // follows cannot be trusted either.
+    if (!(std::isfinite(s) && s == std::floor(s) && std::fabs(s) <= 65535.0))
+        return ErrorCode::BadResponse;
+    const unsigned short st = static_cast<unsigned short>(static_cast<std::int32_t>(s));
     if (status)
         *status = st;
     return Shared::controllerError(st);

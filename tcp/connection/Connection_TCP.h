@@ -6,6 +6,7 @@
 #include <atomic>
 #include <mutex>
 #include <string>
+#include <thread>
 
 #include "shared/factory/ConnectionBase.h"
 #include "shared/prmblk/ParamBlocks.h"
@@ -143,7 +144,8 @@ public:
     ErrorCode UnReadBytes(const char* data, unsigned int length) { return m_port.UnRead(data, length); }
     ErrorCode GetResponse(double* value, unsigned short* status);
     ErrorCode forceACK(std::uint32_t id);
-    void waitCommandQueueEmpty() { m_pump.waitQueueEmpty(); }
+    // Disconnected when the link is closing: the caller holds the send lock and must let go.
+    ErrorCode waitCommandQueueEmpty() { return m_pump.waitQueueEmpty() ? ErrorCode::Success : ErrorCode::Disconnected; }
     Shared::ReaderPump& readerPump() { return m_pump; }
     Shared::Port_TCP& port() { return m_port; }
     Shared::ParamBlockManager& prmblk() { return m_paramBlocks; }
@@ -152,12 +154,18 @@ public:
     // stack, send and queue it as one step, wait for the reader thread to finish it.
     template <class Cmd, class Send, class... CtorArgs>
     ErrorCode execute(Send&& send, CtorArgs&&... ctorArgs) {
-        if (!IsConnected())
+        if (!IsConnected() && !isOpeningThread())
             return ErrorCode::Disconnected;
         if (m_pump.isInPumpThread())
             return ErrorCode::NotSupported;
         Cmd command(*this, std::forward<CtorArgs>(ctorArgs)...);
-        ErrorCode result = m_pump.queueCommand(command, [&] { return send(command); });
+        ErrorCode result = m_pump.queueCommand(command, [&] {
+            // Again under the send lock: a thread that passed the check above just before a close
+            // must not send on the link opened next while its open sequence is still talking.
+            if (!IsConnected() && !isOpeningThread())
+                return ErrorCode::Disconnected;
+            return send(command);
+        });
         if (result == ErrorCode::Success) {
             command.waitReady();
             result = command.getError();
@@ -167,6 +175,11 @@ public:
 
 private:
     ErrorCode openSequence();
+    // While the open sequence asks for the controller's type and firmware, only its own thread
+    // may send: the capabilities those answers set are what every other request is encoded with.
+    bool isOpeningThread() const {
+        return m_openingThread.load(std::memory_order_acquire) == std::this_thread::get_id();
+    }
     ErrorCode closeLocked();
 
     Shared::Port_TCP m_port;
@@ -184,6 +197,7 @@ private:
     std::atomic<unsigned int> m_commandTimeout{60000};
     std::atomic<std::uint16_t> m_fileTransferPort{10001}; // the controller's file-transfer link
     std::atomic<bool> m_connected{false};
+    std::atomic<std::thread::id> m_openingThread{};
     Shared::ParamBlockManager m_paramBlocks; // parameter blocks defined on this connection
 };
 
