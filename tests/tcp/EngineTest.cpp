@@ -86,7 +86,10 @@ TEST_F(SimConnection, TextReplyThatStopsTimesOutAfterOneNudge) {
     EXPECT_LT(elapsed, std::chrono::milliseconds(3000));
     for (int i = 0; i < 100 && sim->nudgesSeen() == nudgesBefore; ++i)
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    EXPECT_EQ(sim->nudgesSeen() - nudgesBefore, 1u) << "one nudge per silent spell";
+    // One nudge for the silence after the third byte; a loaded machine may also leave the first
+    // byte later than one silent read, which is a spell (and a nudge) of its own.
+    EXPECT_GE(sim->nudgesSeen() - nudgesBefore, 1u) << "one nudge per silent spell";
+    EXPECT_LE(sim->nudgesSeen() - nudgesBefore, 2u) << "one nudge per silent spell";
 
     // The timeout is fatal: the pump has stopped and later commands are refused.
     double v;

@@ -170,7 +170,10 @@ TEST_F(FaultScenarios, StallAndTrickleMidReply) {
         EXPECT_EQ(bounded([&] { return shape.run(h, text); }), kTimeout) << name;
         for (int i = 0; i < 100 && sim->nudgesSeen() - nudges < shape.nudges; ++i)
             std::this_thread::sleep_for(2ms);
-        EXPECT_EQ(sim->nudgesSeen() - nudges, shape.nudges) << name;
+        // One nudge for the silence after the last byte; a loaded machine may also leave the
+        // first byte later than one silent read, which is a spell (and a nudge) of its own.
+        EXPECT_GE(sim->nudgesSeen() - nudges, shape.nudges) << name;
+        EXPECT_LE(sim->nudgesSeen() - nudges, shape.nudges + 1) << name;
         double v;
         EXPECT_EQ(vaxo_GetVrValue(h, 1, &v), kDisconnected) << name << ": the timeout stops the pump";
         expectRecovers(name + " stalled");
