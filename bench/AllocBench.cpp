@@ -17,38 +17,15 @@
 
 #include <vaxo/vaxo.h>
 
+#include "CountingNew.h"
 #include "bench/BenchWorld.h"
 #include "sim/Controller.h"
+#include "sim/ForkedSimulator.h"
 #include "sim/Simulator.h"
 
 namespace {
-std::atomic<std::uint64_t> g_allocations{0};
-
-// Out of line, so that the compiler does not pair a malloc it sees through an inlined
-// operator new with the free of an operator delete.
-[[gnu::noinline]] void* counted(std::size_t n) noexcept {
-    g_allocations.fetch_add(1, std::memory_order_relaxed);
-    return std::malloc(n ? n : 1);
-}
-[[gnu::noinline]] void release(void* p) noexcept { std::free(p); }
+using VaxoTest::g_allocations;
 } // namespace
-
-void* operator new(std::size_t n) {
-    if (void* p = counted(n))
-        return p;
-    throw std::bad_alloc();
-}
-void* operator new[](std::size_t n) {
-    if (void* p = counted(n))
-        return p;
-    throw std::bad_alloc();
-}
-void* operator new(std::size_t n, const std::nothrow_t&) noexcept { return counted(n); }
-void* operator new[](std::size_t n, const std::nothrow_t&) noexcept { return counted(n); }
-void operator delete(void* p) noexcept { release(p); }
-void operator delete[](void* p) noexcept { release(p); }
-void operator delete(void* p, std::size_t) noexcept { release(p); }
-void operator delete[](void* p, std::size_t) noexcept { release(p); }
 
 namespace {
 
@@ -176,32 +153,13 @@ BENCHMARK(BM_Alloc_SimRequest)->Iterations(20000);
 BENCHMARK(BM_Memory_PerConnection)->UseRealTime()->Iterations(1);
 
 int main(int argc, char** argv) {
-    // The simulated controller lives in a child: forked before any thread exists, it tells the
-    // port through a pipe and leaves when this process closes the other pipe.
-    int portPipe[2], lifePipe[2];
-    if (pipe(portPipe) != 0 || pipe(lifePipe) != 0)
-        return 1;
-    const pid_t child = fork();
-    if (child == 0) {
-        close(portPipe[0]);
-        close(lifePipe[1]);
-        Vaxo::Sim::Simulator sim(VaxoBench::simConfig());
-        const std::uint16_t port = sim.start();
-        [[maybe_unused]] ssize_t w = write(portPipe[1], &port, sizeof port);
-        char c;
-        while (read(lifePipe[0], &c, 1) > 0) {
-        }
-        sim.stop();
-        _exit(0);
-    }
-    close(portPipe[1]);
-    close(lifePipe[0]);
-    if (read(portPipe[0], &g_port, sizeof g_port) != sizeof g_port || g_port == 0)
+    // The simulated controller lives in a child process forked before any thread exists.
+    Vaxo::Sim::ForkedSimulator controller(VaxoBench::simConfig());
+    g_port = controller.port();
+    if (g_port == 0)
         return 1;
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
-    close(lifePipe[1]);
-    waitpid(child, nullptr, 0);
     return 0;
 }

@@ -5,36 +5,20 @@
 //   bench_CommandCostDriver N
 #include <cstdio>
 #include <cstdlib>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <vaxo/vaxo.h>
 
 #include "bench/BenchWorld.h"
-#include "sim/Simulator.h"
+#include "sim/ForkedSimulator.h"
 
 int main(int argc, char** argv) {
     const long n = argc > 1 ? std::strtol(argv[1], nullptr, 10) : 1000;
-    int portPipe[2], lifePipe[2];
-    if (n < 0 || pipe(portPipe) != 0 || pipe(lifePipe) != 0)
+    if (n < 0)
         return 2;
-    const pid_t child = fork();
-    if (child == 0) {
-        close(portPipe[0]);
-        close(lifePipe[1]);
-        Vaxo::Sim::Simulator sim(VaxoBench::simConfig());
-        const std::uint16_t port = sim.start();
-        [[maybe_unused]] ssize_t w = write(portPipe[1], &port, sizeof port);
-        char c;
-        while (read(lifePipe[0], &c, 1) > 0) {
-        }
-        sim.stop();
-        _exit(0);
-    }
-    close(portPipe[1]);
-    close(lifePipe[0]);
-    std::uint16_t port = 0;
-    if (read(portPipe[0], &port, sizeof port) != sizeof port || port == 0)
+    Vaxo::Sim::ForkedSimulator controller(VaxoBench::simConfig());
+    const std::uint16_t port = controller.port();
+    if (port == 0)
         return 1;
     VaxoHandle h = VaxoBench::openContext(port);
     int rc = vaxo_OpenConnection(h) == 0 ? 0 : 1;
@@ -43,8 +27,6 @@ int main(int argc, char** argv) {
         if (vaxo_GetVrValue(h, 12, &v) != 0)
             rc = 1;
     vaxo_DestroyContext(h);
-    close(lifePipe[1]);
-    waitpid(child, nullptr, 0);
     std::printf("%ld commands, pid %d\n", n, int(getpid()));
     return rc;
 }

@@ -6,89 +6,22 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdlib>
 #include <functional>
-#include <new>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <vaxo/vaxo.h>
 
+#include "CountingNew.h"
 #include "SummaryLog.h"
 #include "shared/receive/SafeQueue.h"
-#include "sim/Simulator.h"
-
-namespace {
-std::atomic<std::uint64_t> g_allocations{0};
-
-[[gnu::noinline]] void* counted(std::size_t n) noexcept {
-    g_allocations.fetch_add(1, std::memory_order_relaxed);
-    return std::malloc(n ? n : 1);
-}
-[[gnu::noinline]] void release(void* p) noexcept { std::free(p); }
-} // namespace
-
-void* operator new(std::size_t n) {
-    if (void* p = counted(n))
-        return p;
-    throw std::bad_alloc();
-}
-void* operator new[](std::size_t n) {
-    if (void* p = counted(n))
-        return p;
-    throw std::bad_alloc();
-}
-void* operator new(std::size_t n, const std::nothrow_t&) noexcept { return counted(n); }
-void* operator new[](std::size_t n, const std::nothrow_t&) noexcept { return counted(n); }
-void operator delete(void* p) noexcept { release(p); }
-void operator delete[](void* p) noexcept { release(p); }
-void operator delete(void* p, std::size_t) noexcept { release(p); }
-void operator delete[](void* p, std::size_t) noexcept { release(p); }
+#include "sim/ForkedSimulator.h"
 
 namespace {
 
-// A simulated controller in a child process, for as long as this object lives.
-class ChildController {
-public:
-    ChildController() {
-        int portPipe[2];
-        if (pipe(portPipe) != 0 || pipe(m_life) != 0)
-            return;
-        m_child = fork();
-        if (m_child == 0) {
-            close(portPipe[0]);
-            close(m_life[1]);
-            Vaxo::Sim::Simulator sim(Vaxo::Sim::Config{.seed = 77, .controllerType = 1664, .firmware = 2.0340,
-                                                       .recordRequests = false});
-            const std::uint16_t port = sim.start();
-            [[maybe_unused]] ssize_t w = write(portPipe[1], &port, sizeof port);
-            char c;
-            while (read(m_life[0], &c, 1) > 0) {
-            }
-            sim.stop();
-            _exit(0);
-        }
-        close(portPipe[1]);
-        close(m_life[0]);
-        if (read(portPipe[0], &m_port, sizeof m_port) != sizeof m_port)
-            m_port = 0;
-        close(portPipe[0]);
-    }
-    ~ChildController() {
-        close(m_life[1]);
-        if (m_child > 0)
-            waitpid(m_child, nullptr, 0);
-    }
-    std::uint16_t port() const { return m_port; }
-
-private:
-    pid_t m_child = -1;
-    int m_life[2] = {-1, -1};
-    std::uint16_t m_port = 0;
-};
+using VaxoTest::g_allocations;
 
 TEST(NoAlloc, WarmCommandsDoNotAllocate) {
-    ChildController controller;
+    Vaxo::Sim::ForkedSimulator controller(
+        Vaxo::Sim::Config{.seed = 77, .controllerType = 1664, .firmware = 2.0340, .recordRequests = false});
     ASSERT_NE(controller.port(), 0);
     VaxoHandle h = nullptr;
     const VersionInfo v{1, 2, 1, 1196};
