@@ -117,6 +117,22 @@ protected:
         EXPECT_EQ(sim->vr(3), marker) << where;
     }
     static void passed() { VaxoTest::summaryAdd("scenario_passed", 1); }
+    // The link recovers; the scenario counts as passed when nothing failed.
+    void recovers(const std::string& where) {
+        expectRecovers(where);
+        if (!HasFailure())
+            passed();
+    }
+    // The context and the simulated controller go, for the next row.
+    void closeRow() {
+        vaxo_DestroyContext(h);
+        h = nullptr;
+        sim->stop();
+    }
+    void endRow(const std::string& where) {
+        recovers(where);
+        closeRow();
+    }
 
     int m_marker = 0;
 };
@@ -145,13 +161,9 @@ TEST_F(FaultScenarios, PeerCloseAtEveryBytePositionOfAReply) {
             EXPECT_FALSE(vaxo_IsConnected(h)) << where;
             double v;
             EXPECT_EQ(vaxo_GetVrValue(h, 1, &v), kDisconnected) << where;
-            expectRecovers(where);
-            if (!HasFailure())
-                passed();
+            recovers(where);
         }
-        vaxo_DestroyContext(h);
-        h = nullptr;
-        sim->stop();
+        closeRow();
     }
 }
 
@@ -176,9 +188,7 @@ TEST_F(FaultScenarios, StallAndTrickleMidReply) {
         EXPECT_LE(sim->nudgesSeen() - nudges, shape.nudges + 1) << name;
         double v;
         EXPECT_EQ(vaxo_GetVrValue(h, 1, &v), kDisconnected) << name << ": the timeout stops the pump";
-        expectRecovers(name + " stalled");
-        if (!HasFailure())
-            passed();
+        recovers(name + " stalled");
 
         // Several times the timeout in all, but never the timeout between two bytes.
         ASSERT_EQ(vaxo_SetTcpCommandTimeout(h, 100), 0u);
@@ -189,9 +199,7 @@ TEST_F(FaultScenarios, StallAndTrickleMidReply) {
         if (!HasFailure())
             passed();
 
-        vaxo_DestroyContext(h);
-        h = nullptr;
-        sim->stop();
+        closeRow();
     }
 }
 
@@ -248,12 +256,7 @@ TEST_F(FaultScenarios, GarbageAndWrongShapedReplies) {
             double v;
             EXPECT_EQ(vaxo_GetVrValue(h, 1, &v), kDisconnected) << row.name << ": the pump has stopped";
         }
-        expectRecovers(row.name);
-        if (!HasFailure())
-            passed();
-        vaxo_DestroyContext(h);
-        h = nullptr;
-        sim->stop();
+        endRow(row.name);
     }
 }
 
@@ -298,12 +301,7 @@ TEST_F(FaultScenarios, TokenTablesThatCannotBeUsed) {
             std::this_thread::sleep_for(2ms);
         EXPECT_EQ(sim->connectionCount(), 0u) << row.name << ": the controller sees the link go";
         sim->faults().clear();
-        expectRecovers(row.name);
-        if (!HasFailure())
-            passed();
-        vaxo_DestroyContext(h);
-        h = nullptr;
-        sim->stop();
+        endRow(row.name);
     }
 }
 
@@ -474,9 +472,7 @@ TEST_F(FaultScenarios, BlockWriteWaitingForTheQueueWhenTheLinkGoes) {
         EXPECT_EQ(sim->vr(10 + 299), 2.5) << name;
         if (!HasFailure())
             passed();
-        vaxo_DestroyContext(h);
-        h = nullptr;
-        sim->stop();
+        closeRow();
     }
 }
 
@@ -490,9 +486,7 @@ TEST_F(FaultScenarios, BlockWriteHeaderAnswerLost) {
     EXPECT_EQ(bounded([&] { return uint64_t(vaxo_SetMultiVrValues(h, 0, 40, values.data())); }), kTimeout);
     double v;
     EXPECT_EQ(vaxo_GetVrValue(h, 1, &v), kDisconnected);
-    expectRecovers("header answer lost");
-    if (!HasFailure())
-        passed();
+    recovers("header answer lost");
 }
 
 // While the open sequence asks for the controller's type and firmware, the link is not yet
@@ -516,7 +510,5 @@ TEST_F(FaultScenarios, CommandsDuringTheOpenSequenceAreRefused) {
     EXPECT_EQ(bounded([&] { return opening.get(); }), 0u);
     for (const auto& r : sim->requests())
         EXPECT_NE(r.command(), "VR") << "nothing but the open sequence went out";
-    expectRecovers("after open");
-    if (!HasFailure())
-        passed();
+    recovers("after open");
 }
