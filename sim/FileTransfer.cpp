@@ -1,6 +1,7 @@
 // The simulated controller's file-transfer server (see FileTransfer.h).
 #include "sim/FileTransfer.h"
 
+#include "sim/Listener.h"
 #include "sim/ProgramStore.h"
 
 #include <arpa/inet.h>
@@ -234,22 +235,11 @@ FileTransferServer::~FileTransferServer() { stop(); }
 std::uint16_t FileTransferServer::start(std::uint16_t port) {
     if (listenFd_ >= 0)
         return port_;
-    int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    std::uint16_t bound = 0;
+    const int fd = listenOnLoopback(port, 16, bound);
     if (fd < 0)
         return 0;
-    int one = 1;
-    ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &one, sizeof one);
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    addr.sin_port = htons(port);
-    socklen_t len = sizeof addr;
-    if (::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0 || ::listen(fd, 16) != 0 ||
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len) != 0) {
-        ::close(fd);
-        return 0;
-    }
-    port_ = ntohs(addr.sin_port);
+    port_ = bound;
     listenFd_ = fd;
     stopping_ = false;
     acceptThread_ = std::thread([this] { acceptLoop(); });

@@ -1,4 +1,5 @@
 #include "sim/Simulator.h"
+#include "sim/Listener.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
@@ -34,27 +35,16 @@ Simulator::~Simulator() { stop(); }
 
 std::uint16_t Simulator::start(std::uint16_t port) {
     if (listenFd_ >= 0) return port_;
-    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    std::uint16_t bound = 0;
+    const int fd = listenOnLoopback(port, 64, bound);
     if (fd < 0) return 0;
-    const int one = 1;
-    ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &one, sizeof one);
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    addr.sin_port = htons(port);
-    socklen_t len = sizeof addr;
-    if (::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0 || ::listen(fd, 64) != 0 ||
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len) != 0) {
-        ::close(fd);
-        return 0;
-    }
     wakeFd_ = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (wakeFd_ < 0) {
         ::close(fd);
         return 0;
     }
     listenFd_ = fd;
-    port_ = ntohs(addr.sin_port);
+    port_ = bound;
     stopping_ = false;
     acceptThread_ = std::thread([this] { acceptLoop(); });
     return port_;
