@@ -360,15 +360,24 @@ void onEx(Exchange& x) {
     x.answer(0);
 }
 
+// "name" [, process], as RUN and STOP take them; false when the request has been refused.
+bool nameAndProcess(Exchange& x, std::string_view& name, double& proc, bool& given) {
+    std::uint16_t refused = 0;
+    if (!x.args.text(name)) refused = Status::QuotesExpected;
+    else if (!optionalNumber(x.args, proc, given)) refused = Status::OperandExpected;
+    else if (!x.args.atEnd()) refused = Status::ExtraCharsAtEoln;
+    if (refused == 0) return true;
+    x.fail(refused);
+    return false;
+}
+
 // RUN "name" [, process]: the program starts on the given process or on the lowest free one.
 void onRun(Exchange& x) {
     ProgramStore& s = programStore(x.controller);
     std::string_view name;
     double proc = 0;
     bool given;
-    if (!x.args.text(name)) return x.fail(Status::QuotesExpected);
-    if (!optionalNumber(x.args, proc, given)) return x.fail(Status::OperandExpected);
-    if (!x.args.atEnd()) return x.fail(Status::ExtraCharsAtEoln);
+    if (!nameAndProcess(x, name, proc, given)) return;
     if (!s.find(name)) return x.fail(kProgramNotFound);
     auto busy = [&](std::uint32_t p) {
         return std::any_of(s.processes.begin(), s.processes.end(), [&](const ProcessEntry& e) { return e.process == p; });
@@ -397,9 +406,7 @@ void onStop(Exchange& x) {
     std::string_view name;
     double proc = 0;
     bool given;
-    if (!x.args.text(name)) return x.fail(Status::QuotesExpected);
-    if (!optionalNumber(x.args, proc, given)) return x.fail(Status::OperandExpected);
-    if (!x.args.atEnd()) return x.fail(Status::ExtraCharsAtEoln);
+    if (!nameAndProcess(x, name, proc, given)) return;
     const std::string key = ProgramStore::upper(name);
     const auto removed = std::erase_if(s.processes, [&](const ProcessEntry& e) {
         return e.program == key && (!given || double(e.process) == proc);
