@@ -22,6 +22,13 @@ ErrorCode toIndex(unsigned int value, int& index) {
     return ErrorCode::Success;
 }
 
+// The named parameter and the axis or process number of a modified parameter access.
+ErrorCode toParameterAndIndex(unsigned int parameter, unsigned int object, KnownTokens& p, int& index) {
+    if (ErrorCode e = toParameter(parameter, p); failed(e))
+        return e;
+    return toIndex(object, index);
+}
+
 } // namespace
 
 ErrorCode Connection_TCP::GetSystemParameterValue(unsigned int parameter, double& value) {
@@ -42,9 +49,7 @@ ErrorCode Connection_TCP::SetSystemParameterValue(unsigned int parameter, double
                                                         double& value) {                                     \
         KnownTokens p;                                                                                       \
         int index = 0;                                                                                       \
-        if (ErrorCode e = toParameter(parameter, p); failed(e))                                              \
-            return e;                                                                                        \
-        if (ErrorCode e = toIndex(object, index); failed(e))                                                 \
+        if (ErrorCode e = toParameterAndIndex(parameter, object, p, index); failed(e))                       \
             return e;                                                                                        \
         return GetParameterWithModifier(p, KnownTokens::modifier, index, value);                             \
     }                                                                                                        \
@@ -52,9 +57,7 @@ ErrorCode Connection_TCP::SetSystemParameterValue(unsigned int parameter, double
                                                         double value) {                                      \
         KnownTokens p;                                                                                       \
         int index = 0;                                                                                       \
-        if (ErrorCode e = toParameter(parameter, p); failed(e))                                              \
-            return e;                                                                                        \
-        if (ErrorCode e = toIndex(object, index); failed(e))                                                 \
+        if (ErrorCode e = toParameterAndIndex(parameter, object, p, index); failed(e))                       \
             return e;                                                                                        \
         return SetParameterWithModifier(p, KnownTokens::modifier, index, value);                             \
     }
