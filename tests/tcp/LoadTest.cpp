@@ -8,7 +8,11 @@
 #include "SummaryLog.h"
 
 #include <atomic>
+#include <cstdio>
 #include <cstdlib>
+#include <mutex>
+#include <string>
+#include <vector>
 #include <future>
 #include <thread>
 
@@ -189,6 +193,19 @@ TEST_F(SimConnection, LoadOpenCloseCyclesWhileCommandsRun) {
     const int cycles = scaled(150);
     std::atomic<bool> done{false};
     std::atomic<long long> ok{0}, refused{0}, wrong{0};
+    // What went wrong, for the failure message.
+    std::mutex notesMutex;
+    std::vector<std::string> notes;
+    auto note = [&](std::string text) {
+        std::lock_guard lock(notesMutex);
+        if (notes.size() < 8)
+            notes.push_back(std::move(text));
+    };
+    auto hex = [](uint64_t e) {
+        char b[24];
+        std::snprintf(b, sizeof b, "0x%llx", static_cast<unsigned long long>(e));
+        return std::string(b);
+    };
     std::vector<std::thread> pool;
     for (int t = 0; t < 4; ++t) {
         pool.emplace_back([&, t] {
@@ -206,9 +223,14 @@ TEST_F(SimConnection, LoadOpenCloseCyclesWhileCommandsRun) {
                 const uint64_t r = vaxo_GetVrValue(h, index, &back);
                 for (uint64_t e : {w, r}) {
                     (e == 0 ? ok : e == kDisconnected ? refused : wrong)++;
+                    if (e != 0 && e != kDisconnected)
+                        note("thread " + std::to_string(t) + ": code " + hex(e));
                 }
-                if (r == 0 && acked != 0 && !(back >= acked && back <= attempted))
+                if (r == 0 && acked != 0 && !(back >= acked && back <= attempted)) {
                     ++wrong;
+                    note("thread " + std::to_string(t) + ": read " + std::to_string(back) + " after writing " +
+                         std::to_string(acked) + ".." + std::to_string(attempted));
+                }
                 if (r == kDisconnected) // a host would not spin on a closed link either
                     std::this_thread::sleep_for(200us);
             }
@@ -226,7 +248,10 @@ TEST_F(SimConnection, LoadOpenCloseCyclesWhileCommandsRun) {
     done = true;
     for (auto& th : pool)
         th.join();
-    EXPECT_EQ(wrong.load(), 0);
+    std::string seen;
+    for (const std::string& n : notes)
+        seen += "\n  " + n;
+    EXPECT_EQ(wrong.load(), 0) << seen;
     EXPECT_GT(ok.load(), 0);
     EXPECT_EQ(opened, cycles);
     double v;
