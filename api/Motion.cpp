@@ -88,7 +88,8 @@ VAXO_FLAT_PASS(CamBox, CamBox,
                 int32_t linkOption, double linkPosition, int32_t axis),
                (tableStart, tableEnd, multiplier, linkDistance, linkAxis, linkOption, linkPosition, axis))
 VAXO_FLAT_PASS(Connect, Connect,
-               (double ratio, int32_t drivingAxis, uint32_t mode, int32_t axis), (ratio, drivingAxis, mode, axis))
+               (double ratio, int32_t drivingAxis, uint32_t mode, int32_t axis),
+               (ratio, drivingAxis, Vaxo::Ubrix::Shared::ConnectMode(mode), axis))
 VAXO_FLAT_PASS(ConnPath, ConnPath, (double ratio, int32_t drivingAxis, int32_t axis), (ratio, drivingAxis, axis))
 VAXO_FLAT_PASS(Forward, Forward, (int32_t axis), (axis))
 VAXO_FLAT_PASS(Reverse, Reverse, (int32_t axis), (axis))

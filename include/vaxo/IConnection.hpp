@@ -6,12 +6,11 @@
 #include <string>
 #include <string_view>
 
+#include <vaxo/ISniffer.hpp>
 #include <vaxo/Records.hpp>
 #include <vaxo/Types.hpp>
 
 namespace Vaxo::Ubrix::Shared {
-
-class ISniffer;
 
 // Named parameter accessors, one pair per controller parameter (a getter only for the
 // read-only ones), expanded from the one parameter list.
@@ -123,8 +122,11 @@ protected:
     ~IConnectionAsync() = default;
 };
 
+// The link's observers and settings. The settings take effect at the next open.
 class IConnectionTcpParams {
 public:
+    virtual void setWriteSniffer(ISniffer* sniffer) = 0;
+    virtual void setReadSniffer(ISniffer* sniffer) = 0;
     virtual ErrorCode SetTcpHostName(std::string_view host) = 0;
     virtual ErrorCode GetTcpHostName(std::string_view& host) = 0;
     virtual ErrorCode SetTcpPort(unsigned short port) = 0;
@@ -149,17 +151,21 @@ public:
     virtual ErrorCode OpenConnection() = 0;
     virtual ErrorCode CloseConnection() = 0;
     virtual ErrorCode Ex(int option) = 0;
+#define VAXO_OP(name, params) virtual ErrorCode name params = 0;
+#include <vaxo/ops/Management.def>
+#undef VAXO_OP
 
     // One operation per controller command, family by family.
 #define VAXO_OP(name, params) virtual ErrorCode name params = 0;
 #include <vaxo/ops/All.def>
 #undef VAXO_OP
 
-    // Lifetime and diagnostics.
+    // Lifetime. The virtual destructor is declared right here, so that its two entries follow
+    // ReportFatal in the table of every module; the event logger's two operations, the sniffers,
+    // the TCP settings and the other parameter accessors come after them. Modules built apart
+    // from this library rely on that order.
     virtual void DeleteMe() = 0;
     virtual void ReportFatal() = 0;
-    virtual void setWriteSniffer(ISniffer* sniffer) = 0;
-    virtual void setReadSniffer(ISniffer* sniffer) = 0;
 
 protected:
     virtual ~IConnection() = default;

@@ -78,6 +78,9 @@ struct VersionInfo {
     friend constexpr bool operator==(const VersionInfo&, const VersionInfo&) = default;
 };
 
+// The controller's CONNECT mode number, passed through as it stands.
+enum class ConnectMode : std::uint32_t {};
+
 enum class ConnectionType : std::uint32_t { TCP = 1, SOFTCT = 2, Frix7 = 4 };
 
 // 0 error (value is an ErrorCode), 1 warning, 2 information.

@@ -19,6 +19,7 @@
 
 namespace Vaxo::Ubrix::TCP {
 
+using Shared::ConnectMode;
 using Shared::ErrorCode;
 using Shared::KnownTokens;
 // The records and callables of the operation lists, as the lists name them.
@@ -47,8 +48,14 @@ public:
     ErrorCode OpenConnection() override;
     ErrorCode CloseConnection() override;
     ErrorCode Ex(int option) override;
+#define VAXO_OP(name, params) ErrorCode name params override;
+#include <vaxo/ops/Management.def>
+#undef VAXO_OP
 
-    // ---- TCP settings (take effect at the next open) ----
+    // ---- sniffers and TCP settings (the settings take effect at the next open) ----
+    // Declared in this order, ahead of the parameter accessors: it is their order in the table.
+    void setWriteSniffer(Shared::ISniffer* sniffer) override { m_port.setWriteSniffer(sniffer); }
+    void setReadSniffer(Shared::ISniffer* sniffer) override { m_port.setReadSniffer(sniffer); }
     ErrorCode SetTcpHostName(std::string_view host) override;
     ErrorCode GetTcpHostName(std::string_view& host) override;
     ErrorCode SetTcpPort(unsigned short port) override;
@@ -117,8 +124,6 @@ public:
     // ---- lifetime and diagnostics ----
     void DeleteMe() override { delete this; }
     void ReportFatal() override;
-    void setWriteSniffer(Shared::ISniffer* sniffer) override { m_port.setWriteSniffer(sniffer); }
-    void setReadSniffer(Shared::ISniffer* sniffer) override { m_port.setReadSniffer(sniffer); }
 
     // ---- services for command classes ----
     Shared::Token& token() { return m_token; }

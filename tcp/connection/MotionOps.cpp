@@ -103,8 +103,8 @@ ErrorCode Connection_TCP::RapidStop(const int* mode) {
 ErrorCode Connection_TCP::Datum(int mode, int axis) {
     return execute<CmdDatum>([&](CmdDatum& c) { return c.send_1(double(mode), axis); });
 }
-ErrorCode Connection_TCP::Connect(double ratio, int drivingAxis, unsigned int mode, int axis) {
-    return execute<CmdConnect>([&](CmdConnect& c) { return c.send(ratio, drivingAxis, mode, axis); });
+ErrorCode Connection_TCP::Connect(double ratio, int drivingAxis, Shared::ConnectMode mode, int axis) {
+    return execute<CmdConnect>([&](CmdConnect& c) { return c.send(ratio, drivingAxis, unsigned(mode), axis); });
 }
 ErrorCode Connection_TCP::ConnPath(double ratio, int drivingAxis, int axis) {
     const double v[] = {ratio, double(drivingAxis)};

@@ -382,6 +382,7 @@ inline const Operation kOperations[] = {
     {#name, [](TCP::Connection_TCP& c) {                                                                            \
          return callWithPlainArgs(c, static_cast<Err(TCP::Connection_TCP::*) params>(&TCP::Connection_TCP::name)); \
      }},
+#include <vaxo/ops/Management.def>
 #include <vaxo/ops/Variables.def>
 #include <vaxo/ops/Parameters.def>
 #include <vaxo/ops/Motion.def>
