@@ -25,6 +25,24 @@ inline constexpr std::string_view kFlatFunctionNames[] = {
 inline constexpr std::size_t kFlatFunctionCount = std::size(kFlatFunctionNames);
 static_assert(kFlatFunctionCount == 794, "the flat interface has 794 functions");
 
+// The extensions beside the flat interface (<vaxo/vaxox.h>), C linkage.
+inline constexpr std::string_view kExtensionNames[] = {
+    "vaxox_GetErrorName",
+};
+
+// The file-type table and its lookups (<vaxo/FileType.hpp>), C++ linkage, as the demangler
+// writes them.
+inline constexpr std::string_view kSharedCppNames[] = {
+    "Vaxo::Ubrix::Shared::s_ftype_descr",
+    "Vaxo::Ubrix::Shared::ProgTypeAttr(Vaxo::Ubrix::Shared::FileType)",
+    "Vaxo::Ubrix::Shared::FileExt(Vaxo::Ubrix::Shared::FileType)",
+    "Vaxo::Ubrix::Shared::FileTypeStr(Vaxo::Ubrix::Shared::FileType)",
+    "Vaxo::Ubrix::Shared::ProgTypeFromExt(char const*)",
+    "Vaxo::Ubrix::Shared::ProgTypeFromName(char const*)",
+    "Vaxo::Ubrix::Shared::ProgTypeFromName(std::basic_string_view<char, std::char_traits<char> >)",
+    "Vaxo::Ubrix::Shared::IsEncryptedType(Vaxo::Ubrix::Shared::FileType)",
+};
+
 // Set once every family of the list is implemented; from then on a missing export fails.
 inline constexpr bool kInterfaceComplete = true;
 

@@ -265,7 +265,7 @@ void onPrint(Exchange& x) {
 void registerParametersHandlers(Dispatch& d) {
 #define VAXO_TOKEN(name, kind) \
     if (kind == 'V') d.add(#name, &onParameter);
-#include "shared/protocol/KnownTokens.def"
+#include <vaxo/Tokens.def>
 #undef VAXO_TOKEN
     d.add("BASE", &onBase);
     d.add("PRINT", &onPrint);

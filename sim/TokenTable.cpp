@@ -16,7 +16,7 @@ struct NameKind {
 // Every name the library resolves.
 constexpr NameKind kKnown[] = {
 #define VAXO_TOKEN(name, kind) {#name, kind},
-#include "shared/protocol/KnownTokens.def"
+#include <vaxo/Tokens.def>
 #undef VAXO_TOKEN
 };
 

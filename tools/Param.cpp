@@ -29,7 +29,7 @@ constexpr NamedParam kNamed[] = {
 // The library's token numbering: the row of a name in the token list.
 constexpr const char* kTokens[] = {
 #define VAXO_TOKEN(name, kind) #name,
-#include "shared/protocol/KnownTokens.def"
+#include <vaxo/Tokens.def>
 #undef VAXO_TOKEN
 };
 

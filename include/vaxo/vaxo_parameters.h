@@ -3,13 +3,15 @@
 #define VAXO_VAXO_PARAMETERS_H
 
 #include <vaxo/vaxo.h>
+#include <vaxo/vaxo_tokens.h>
 
 #ifdef __cplusplus
 extern "C" {
 #endif
 
 /* ---- Parameters by token --------------------------------------------------
- * parameter is a KnownTokens value naming a system variable (BadArgument otherwise). Reads
+ * parameter is a token number from <vaxo/vaxo_tokens.h> (VAXO_TOKEN_SPEED, ...) naming a system
+ * variable (BadArgument otherwise). Reads
  * round the controller's number to the nearest integer for the integer types (Bool: non-zero
  * is true); a value outside the type's range gives OutOfRange and leaves *value untouched.
  * 64-bit writes that a double cannot hold exactly give OutOfRange and send nothing.

@@ -46,6 +46,7 @@ _PROTOTYPES = {
     "vaxo_IsConnected": [Handle],
     "vaxo_GetApiVersionStr": [Handle, TextCb, C.c_void_p],
     "vaxo_GetErrorString": [C.c_uint64, TextCb, C.c_void_p],
+    "vaxox_GetErrorName": [C.c_uint64, TextCb, C.c_void_p],
     "vaxo_SetTcpHostName": [Handle, S],
     "vaxo_SetTcpPort": [Handle, U16],
     "vaxo_SetTcpConnectTimeout": [Handle, U32],
@@ -89,7 +90,7 @@ _PROTOTYPES = {
     "vaxo_ParamBlockFetchChangedVr": [Handle, I32, P(D), U32, P(C.c_uint64)],
     "vaxo_ParamBlockDelete": [Handle, I32],
 }
-_OTHER_RESULTS = {"vaxo_IsConnected": C.c_bool, "vaxo_GetErrorString": None}
+_OTHER_RESULTS = {"vaxo_IsConnected": C.c_bool, "vaxo_GetErrorString": None, "vaxox_GetErrorName": None}
 
 _lib = None
 
@@ -120,12 +121,21 @@ def function(name):
     return fn
 
 
-def describe(code: int) -> str:
-    """The library's description of an ErrorCode."""
+def _text_of(fn, code: int) -> str:
     out = []
 
     def take(_user, text, length):
         out.append(C.string_at(text, length).decode("utf-8", "replace"))
 
-    library().vaxo_GetErrorString(code, TextCb(take), None)
+    fn(code & 0xFFFFFFFFFFFFFFFF, TextCb(take), None)
     return out[0] if out else ""
+
+
+def describe(code: int) -> str:
+    """The library's description of an ErrorCode."""
+    return _text_of(library().vaxo_GetErrorString, code)
+
+
+def name_of(code: int) -> str:
+    """The library's name of an ErrorCode."""
+    return _text_of(library().vaxox_GetErrorName, code)

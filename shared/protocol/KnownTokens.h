@@ -1,5 +1,5 @@
 // The token names the library itself uses, as an enumeration and a table of (value, name,
-// kind). Both are expanded from KnownTokens.def, so they cannot drift apart; the codes behind
+// kind). Both are expanded from <vaxo/Tokens.def>, so they cannot drift apart; the codes behind
 // the names come from each controller's own table at connect time.
 #pragma once
 
@@ -11,7 +11,7 @@ namespace Vaxo::Ubrix::Shared {
 // Scoped: several names (FILE, IN, TABLE, ...) would otherwise shadow common identifiers.
 enum class KnownTokens : unsigned short {
 #define VAXO_TOKEN(name, kind) name,
-#include "shared/protocol/KnownTokens.def"
+#include <vaxo/Tokens.def>
 #undef VAXO_TOKEN
 };
 
@@ -28,7 +28,7 @@ struct stKnownToken {
 
 inline constexpr stKnownToken _token_names[] = {
 #define VAXO_TOKEN(name, kind) {KnownTokens::name, #name, kind},
-#include "shared/protocol/KnownTokens.def"
+#include <vaxo/Tokens.def>
 #undef VAXO_TOKEN
 };
 

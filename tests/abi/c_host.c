@@ -4,6 +4,7 @@
 #include <string.h>
 
 #include <vaxo/vaxo.h>
+#include <vaxo/vaxox.h>
 
 static char text[256];
 
@@ -31,6 +32,15 @@ int main(void) {
     printf("0x0400000013: %s\n", text);
     if (strlen(text) == 0)
         return 3;
+    vaxox_GetErrorName(0x02FFFFFFFFull, on_text, NULL);
+    if (strcmp(text, "UnknownError") != 0)
+        return 7;
+    vaxox_GetErrorName(0x0200000002ull, on_text, NULL);
+    if (strcmp(text, "SysErr_2") != 0)
+        return 8;
+    /* The token numbers of the by-token functions come from the installed list. */
+    if (VAXO_TOKEN_SPEED != 197 || VAXO_TOKEN_COUNT != 401)
+        return 9;
     if (vaxo_IsConnected(h) || vaxo_GetConnectionType(h) != 1)
         return 4;
     if (vaxo_DestroyContext(h) != 0)

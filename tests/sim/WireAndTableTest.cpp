@@ -55,7 +55,7 @@ struct Row {
 };
 const Row kKnownRows[] = {
 #define VAXO_TOKEN(N, K) {#N, K},
-#include "shared/protocol/KnownTokens.def"
+#include <vaxo/Tokens.def>
 #undef VAXO_TOKEN
 };
 
