@@ -186,7 +186,8 @@ VAXO_PRMBLK_PROG_VALUE(Bool, bool)
 #undef VAXO_PRMBLK_PROG_VALUE
 VAXO_API ErrorCode vaxo_ParamBlockGetProgStrValue5a(VaxoHandle h, int32_t block, uint32_t entry, char* buffer,
                                                     uint32_t* size) {
-    return call(h, [&](IConnection& c) { return c.ParamBlockGetProgStrValue(block, entry, buffer, *size); }, size);
+    return call(
+        h, [&](IConnection& c) { return c.ParamBlockGetProgStrValue(block, entry, buffer, *size); }, buffer, size);
 }
 VAXO_API ErrorCode vaxo_ParamBlockGetProgStrValue5b(VaxoHandle h, int32_t block, uint32_t entry, VaxoTextCb cb,
                                                     void* user) {
