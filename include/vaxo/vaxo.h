@@ -19,7 +19,11 @@ extern "C" {
 #endif
 
 /** 64-bit result: bits 0-31 index/number, bit 32 library error, bit 33 errno,
- *  bit 34 controller error number, bit 39 fatal. 0 is success. */
+ *  bit 34 controller error number, bit 39 fatal. 0 is success.
+ *  A parameter block past its capacity gives CapacityExceeded in the plain form, 0x0100000018.
+ *  An errno is widened as a signed 32-bit number before the errno bit is added: a negative
+ *  errno sets every bit from 32 up (-1 gives 0xFFFFFFFFFFFFFFFF).
+ *  Names and descriptions of codes: vaxox_GetErrorName (<vaxo/vaxox.h>), vaxo_GetErrorString. */
 typedef uint64_t ErrorCode;
 
 /** The library's version record (1.2.1.1196 for this build). */
@@ -35,7 +39,12 @@ typedef struct VaxoContext* VaxoHandle;
 
 /** Event callback: (user, type 0 error / 1 warning / 2 information, value, text, length). */
 typedef void (*VaxoEventCb)(void* user, uint32_t type, uint64_t value, const char* text, uint32_t length);
-/** Text result callback: called once with the text, valid only during the call. */
+/** Text result callback: called once with the text, valid only during the call. A null one
+ *  gives BadArgument (vaxo_GetErrorString and vaxox_GetErrorName, which take no handle, then do
+ *  nothing). Pointer arguments: the handle is checked first (ConnectionContext), then every
+ *  out-pointer, buffer, list and result callback (BadArgument). Input texts (const char*) may
+ *  be null and are then taken as empty, except those an operation cannot do without, which give
+ *  BadArgument (a parameter block's program name, a project file); user pointers are never checked. */
 typedef void (*VaxoTextCb)(void* user, const char* text, uint32_t length);
 
 /** One piece of a streamed text reply (sequence from 0, bytes in this piece; 0 ends the text). */
@@ -121,7 +130,8 @@ VAXO_API ErrorCode vaxo_GetTcpCommandTimeout(VaxoHandle h, uint32_t* ms);
 /** Opens the command link: TCP connect, token table, reader thread, controller type and firmware. */
 VAXO_API ErrorCode vaxo_OpenConnection(VaxoHandle h);
 VAXO_API ErrorCode vaxo_CloseConnection(VaxoHandle h);
-/** The firmware version read at open (no traffic). */
+/** The firmware version read at open (no traffic). Project loads and uploads of encrypted types
+ *  gate on this number; on a link that is not open they give Disconnected, no number is assumed. */
 VAXO_API ErrorCode vaxo_GetFirmwareVersionNumber(VaxoHandle h, double* version);
 /** EX: resets the controller (option as the controller defines it). */
 VAXO_API ErrorCode vaxo_Ex(VaxoHandle h, int32_t option);
