@@ -59,6 +59,11 @@ int main(int argc, char** argv) {
         check(vaxo_GetAxisParameter_SPEED(h, 0, &v), "GetAxisParameter_SPEED"))
         goto done;
     printf("c_host: SPEED AXIS(0) = %g\n", v);
+    /* The same parameter by its token number, from the installed token list. */
+    v = 0;
+    if (check(vaxo_GetAxisParameterDoubleValue(h, VAXO_TOKEN_SPEED, 0, &v), "GetAxisParameterDoubleValue(SPEED)"))
+        goto done;
+    printf("c_host: SPEED by token %d = %g\n", (int)VAXO_TOKEN_SPEED, v);
     if (check(vaxo_ExecuteWithResponse4c(h, "PRINT 6*7", on_text, text), "ExecuteWithResponse"))
         goto done;
     printf("c_host: PRINT 6*7 -> %s", text);

@@ -271,3 +271,27 @@ TEST(SystemErrors, ManyThreadsShareOneRowPerNumber) {
 }
 
 } // namespace
+
+// A negative errno is widened as a signed 32-bit number, so it fills every bit from 32 up; the
+// code still carries the system bit and names the errno with its sign. Only the exact value
+// 0x02FFFFFFFF is the reserved unknown system error.
+TEST(SystemErrors, NegativeErrnoWidensOverTheUpperBits) {
+    struct Row {
+        int err;
+        std::uint64_t code;
+        const char* name;
+    };
+    const Row rows[] = {
+        {-1, 0xFFFFFFFFFFFFFFFFull, "SysErr_-1"},
+        {-5, 0xFFFFFFFFFFFFFFFBull, "SysErr_-5"},
+        {2, 0x0200000002ull, "SysErr_2"},
+    };
+    for (const Row& r : rows) {
+        errno = r.err;
+        const ErrorCode code = _vuaSystemErrorCode(0);
+        EXPECT_EQ(std::uint64_t(code), r.code) << r.err;
+        EXPECT_EQ(_ErrorName(code), r.name) << r.err;
+    }
+    EXPECT_EQ(_ErrorName(ErrorCode(0x02FFFFFFFFull)), "UnknownError");
+    EXPECT_EQ(_ErrorName(ErrorCode(0x82FFFFFFFFull)), "SysErr_-1") << "the fatal bit makes it another value";
+}
