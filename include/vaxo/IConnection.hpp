@@ -1,5 +1,5 @@
 // The class interface of a connection module: what a host reaches through
-// ConnectionFactory::Create, and what every flat function calls.
+// ConnectionFactory::Create, and what every flat function calls. Needs C++20.
 #pragma once
 
 #include <cstdint>
