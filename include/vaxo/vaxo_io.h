@@ -16,7 +16,10 @@ extern "C" {
  * for the first channel. last must be >= first and at most 31 channels beyond it, else
  * BadArgument and nothing is sent. A last of VAXO_NO_CHANNEL reads the first channel alone.
  * vaxo_GetDIn4 with both channels VAXO_NO_CHANNEL reads inputs 0-31; vaxo_GetDOut4 needs a
- * first channel. */
+ * first channel.
+ * Values on error: a range or 32-channel read (mask) stores the mask the controller sent even
+ * when it reports an error status; a single-channel read (bool) and every analogue read store
+ * their value only on success, and leave it as it was otherwise. */
 
 /** true when the input is on. */
 VAXO_API ErrorCode vaxo_GetDIn3(VaxoHandle h, uint32_t channel, bool* on);
