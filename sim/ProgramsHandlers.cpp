@@ -350,12 +350,10 @@ void onClear(Exchange& x) {
     x.answer(0);
 }
 
-// EX ( option ) -> "OK" 0x1D, then the standard response (value 0).
+// EX ( option ) -> "OK" 0x1D, then the standard response (value 0). The option is required.
 void onEx(Exchange& x) {
-    if (!x.args.atEnd()) {
-        if (auto st = x.args.bracketed(x.scratch)) return x.fail(st);
-        if (x.scratch.size() != 1 || !x.args.atEnd()) return x.fail(Status::ExtraCharsAtEoln);
-    }
+    if (auto st = x.args.bracketed(x.scratch)) return x.fail(st);
+    if (x.scratch.size() != 1 || !x.args.atEnd()) return x.fail(Status::ExtraCharsAtEoln);
     x.reply.insert(x.reply.end(), {'O', 'K', 0x1D});
     x.answer(0);
 }
@@ -505,11 +503,10 @@ void onDir(Exchange& x) {
     if (!x.args.text(what)) return x.fail(Status::QuotesExpected);
     if (!x.args.atEnd()) return x.fail(Status::ExtraCharsAtEoln);
     std::string text = "Name,Size,Crc,Lines,Type,Source,Storage\r\n";
-    char line[256];
     for (const auto& p : s.programs()) {
-        std::snprintf(line, sizeof line, "%s,%zu,%u,%zu,%d,0,0\r\n", p.name.c_str(), p.text.size(),
-                      unsigned(ProgramStore::crc16(p.text)), ProgramStore::lines(p.text).size(), p.type);
-        text += line;
+        // Whole lines whatever the name's length: the listing's reader decides what it takes.
+        text += p.name + ',' + std::to_string(p.text.size()) + ',' + std::to_string(ProgramStore::crc16(p.text)) +
+                ',' + std::to_string(ProgramStore::lines(p.text).size()) + ',' + std::to_string(p.type) + ",0,0\r\n";
     }
     text += "OK\r\n";
     x.reply.insert(x.reply.end(), text.begin(), text.end());
