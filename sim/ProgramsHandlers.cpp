@@ -334,6 +334,7 @@ void onExecute(Exchange& x) {
     if (x.args.accept("COMMA")) {
         double a, b;
         if (!x.args.number(a) || !x.args.accept("COMMA") || !x.args.number(b)) return x.fail(Status::OperandExpected);
+        if (a != 1 || b != 1) return x.fail(Status::ParameterOutOfRange); // the only form asked for
         withResponse = true;
     }
     if (!x.args.atEnd()) return x.fail(Status::ExtraCharsAtEoln);
@@ -426,14 +427,15 @@ void onProcess(Exchange& x) {
     const ProgramStore& s = programStore(x.controller);
     std::string_view what;
     if (!x.args.text(what)) return x.fail(Status::QuotesExpected);
+    if (what != "X1") return x.fail(Status::ParameterOutOfRange);
     if (!x.args.atEnd()) return x.fail(Status::ExtraCharsAtEoln);
     std::string text;
-    char line[256];
+    char tail[160];
     for (const auto& e : s.processes) {
-        std::snprintf(line, sizeof line, "%u,%s,%d,%d,%d,%llu,%llu,%.2f%s\r\n", e.process, e.program.c_str(), e.state,
-                      e.priority, e.line, static_cast<unsigned long long>(e.ticks),
-                      static_cast<unsigned long long>(e.cycles), e.load, e.program == s.selected ? ",*" : "");
-        text += line;
+        std::snprintf(tail, sizeof tail, ",%d,%d,%d,%llu,%llu,%.2f%s\r\n", e.state, e.priority, e.line,
+                      static_cast<unsigned long long>(e.ticks), static_cast<unsigned long long>(e.cycles), e.load,
+                      e.program == s.selected ? ",*" : "");
+        text += std::to_string(e.process) + ',' + e.program + tail;
     }
     x.answerText(text);
 }
@@ -443,23 +445,22 @@ void onNew(Exchange& x) {
     ProgramStore& s = programStore(x.controller);
     std::string_view name;
     if (!x.args.text(name)) return x.fail(Status::QuotesExpected);
-    x.args.accept("EOX");
-    if (!x.args.atEnd()) return x.fail(Status::ExtraCharsAtEoln);
+    if (!x.args.accept("EOX") || !x.args.atEnd()) return x.fail(Status::ExtraCharsAtEoln);
     if (s.find(name)) return x.fail(kProgramAlreadyExists);
     s.put(name, {});
     x.answer(0);
 }
 
-// DEL "name" [0] EOX: removes the program; a running one only with the number given (its
-// processes are stopped first).
+// DEL "name" [0] EOX: removes the program; a running one only with the 0 given (its processes
+// are stopped first). Any other number is refused.
 void onDel(Exchange& x) {
     ProgramStore& s = programStore(x.controller);
     std::string_view name;
     double flag = 0;
     if (!x.args.text(name)) return x.fail(Status::QuotesExpected);
     const bool force = x.args.number(flag);
-    x.args.accept("EOX");
-    if (!x.args.atEnd()) return x.fail(Status::ExtraCharsAtEoln);
+    if (force && flag != 0) return x.fail(Status::ParameterOutOfRange);
+    if (!x.args.accept("EOX") || !x.args.atEnd()) return x.fail(Status::ExtraCharsAtEoln);
     if (!s.find(name)) return x.fail(kProgramNotFound);
     if (s.running(name) && !force) return x.fail(kProgramsRunning);
     s.remove(name);
@@ -501,6 +502,7 @@ void onDir(Exchange& x) {
     const ProgramStore& s = programStore(x.controller);
     std::string_view what;
     if (!x.args.text(what)) return x.fail(Status::QuotesExpected);
+    if (what != "B") return x.fail(Status::ParameterOutOfRange);
     if (!x.args.atEnd()) return x.fail(Status::ExtraCharsAtEoln);
     std::string text = "Name,Size,Crc,Lines,Type,Source,Storage\r\n";
     for (const auto& p : s.programs()) {

@@ -2,7 +2,8 @@
  * controller over TCP. Every function takes the context handle first and returns an
  * ErrorCode (0 = success) unless noted. Compiles as C99 and as C++.
  * A digit (or digit and letter) at the end of a name counts the function's arguments,
- * the handle included: vaxo_GetDIn3(h, channel, on), vaxo_RunProgram2(h, name).
+ * the handle included: vaxo_GetDIn3(h, channel, on), vaxo_RunProgram2(h, name); only the
+ * 32 of vaxo_GetDIn32, vaxo_GetDOut32 and vaxo_SetDOut32 counts channels instead.
  * Order of checks: a null handle, then a null out-pointer or callback (BadArgument); then, for
  * a command, a link that is not open (Disconnected) or a call on the reader thread, from
  * inside a reply callback (NotSupported); only then the arguments' values.

@@ -198,6 +198,18 @@ TEST_F(ReplyRules, ProgramsIoAndEthercatFollowTheirRules) {
              EXPECT_EQ(u, 7u);
              EXPECT_EQ(u2, 9u);
          }},
+        {"a pair line with one number reads the second as 0", text_("12\r\n", "ETHERCAT"),
+         [&] { return vaxo_Ethercat_GetStatusMaskAndTriggerPattern(h, 0, 0, &u, &u2); }, 0,
+         {array("ETHERCAT", {122, 0, 0})}, [&] {
+             EXPECT_EQ(u, 12u);
+             EXPECT_EQ(u2, 0u);
+         }},
+        {"the pair's numbers read as strtol does", text_("  7 9 tail\r\n", "ETHERCAT"),
+         [&] { return vaxo_Ethercat_GetStatusMaskAndTriggerPattern(h, 0, 0, &u, &u2); }, 0,
+         {array("ETHERCAT", {122, 0, 0})}, [&] {
+             EXPECT_EQ(u, 7u);
+             EXPECT_EQ(u2, 9u);
+         }},
         {"a refused pair read leaves both as they were", status(19, "ETHERCAT"),
          [&] { return vaxo_Ethercat_GetStatusMaskAndTriggerPattern(h, 0, 0, &u, &u2); }, kController | 19,
          {array("ETHERCAT", {122, 0, 0})}, [&] {
