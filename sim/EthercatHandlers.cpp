@@ -13,7 +13,7 @@
 //   50 slot, position, address, size, -1, data      write them
 //   100 slot [, position [, arg]]        reset sequence (counted)
 //   121 slot, position, -1, mask, pattern | slot, position, vr (mask VR(vr), pattern VR(vr+1))
-//   122 slot, position                   "mask\r\npattern\r\n", then the standard response
+//   122 slot, position                   "mask pattern\r\n", then the standard response
 //   122 slot, position, vr               mask into VR(vr), pattern into VR(vr+1)
 //   135 slot                             display the configuration (counted)
 //   145 -1, value | vr                   SYNC0 start time
@@ -102,9 +102,9 @@ void result(Exchange& x, double vrIndex, double value) {
     x.answer(0);
 }
 
-// Two results: in VR(vr) and VR(vr + 1), or as two lines of text.
+// Two results: in VR(vr) and VR(vr + 1), or as one line of text, the two numbers apart by a space.
 void resultPair(Exchange& x, const double* vrIndex, std::uint32_t a, std::uint32_t b) {
-    if (!vrIndex) return x.answerText(std::to_string(a) + "\r\n" + std::to_string(b) + "\r\n");
+    if (!vrIndex) return x.answerText(std::to_string(a) + " " + std::to_string(b) + "\r\n");
     std::size_t i;
     if (!indexOf(*vrIndex, x.controller.vr().size() - 1, i)) return x.fail(kOutOfRange);
     x.controller.vr()[i] = a;

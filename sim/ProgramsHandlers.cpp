@@ -334,6 +334,7 @@ void onExecute(Exchange& x) {
     if (x.args.accept("COMMA")) {
         double a, b;
         if (!x.args.number(a) || !x.args.accept("COMMA") || !x.args.number(b)) return x.fail(Status::OperandExpected);
+        if (a != 1 || b != 1) return x.fail(Status::ParameterOutOfRange); // the only form asked for
         withResponse = true;
     }
     if (!x.args.atEnd()) return x.fail(Status::ExtraCharsAtEoln);
@@ -350,12 +351,10 @@ void onClear(Exchange& x) {
     x.answer(0);
 }
 
-// EX ( option ) -> "OK" 0x1D, then the standard response (value 0).
+// EX ( option ) -> "OK" 0x1D, then the standard response (value 0). The option is required.
 void onEx(Exchange& x) {
-    if (!x.args.atEnd()) {
-        if (auto st = x.args.bracketed(x.scratch)) return x.fail(st);
-        if (x.scratch.size() != 1 || !x.args.atEnd()) return x.fail(Status::ExtraCharsAtEoln);
-    }
+    if (auto st = x.args.bracketed(x.scratch)) return x.fail(st);
+    if (x.scratch.size() != 1 || !x.args.atEnd()) return x.fail(Status::ExtraCharsAtEoln);
     x.reply.insert(x.reply.end(), {'O', 'K', 0x1D});
     x.answer(0);
 }
@@ -428,14 +427,15 @@ void onProcess(Exchange& x) {
     const ProgramStore& s = programStore(x.controller);
     std::string_view what;
     if (!x.args.text(what)) return x.fail(Status::QuotesExpected);
+    if (what != "X1") return x.fail(Status::ParameterOutOfRange);
     if (!x.args.atEnd()) return x.fail(Status::ExtraCharsAtEoln);
     std::string text;
-    char line[256];
+    char tail[160];
     for (const auto& e : s.processes) {
-        std::snprintf(line, sizeof line, "%u,%s,%d,%d,%d,%llu,%llu,%.2f%s\r\n", e.process, e.program.c_str(), e.state,
-                      e.priority, e.line, static_cast<unsigned long long>(e.ticks),
-                      static_cast<unsigned long long>(e.cycles), e.load, e.program == s.selected ? ",*" : "");
-        text += line;
+        std::snprintf(tail, sizeof tail, ",%d,%d,%d,%llu,%llu,%.2f%s\r\n", e.state, e.priority, e.line,
+                      static_cast<unsigned long long>(e.ticks), static_cast<unsigned long long>(e.cycles), e.load,
+                      e.program == s.selected ? ",*" : "");
+        text += std::to_string(e.process) + ',' + e.program + tail;
     }
     x.answerText(text);
 }
@@ -445,23 +445,22 @@ void onNew(Exchange& x) {
     ProgramStore& s = programStore(x.controller);
     std::string_view name;
     if (!x.args.text(name)) return x.fail(Status::QuotesExpected);
-    x.args.accept("EOX");
-    if (!x.args.atEnd()) return x.fail(Status::ExtraCharsAtEoln);
+    if (!x.args.accept("EOX") || !x.args.atEnd()) return x.fail(Status::ExtraCharsAtEoln);
     if (s.find(name)) return x.fail(kProgramAlreadyExists);
     s.put(name, {});
     x.answer(0);
 }
 
-// DEL "name" [0] EOX: removes the program; a running one only with the number given (its
-// processes are stopped first).
+// DEL "name" [0] EOX: removes the program; a running one only with the 0 given (its processes
+// are stopped first). Any other number is refused.
 void onDel(Exchange& x) {
     ProgramStore& s = programStore(x.controller);
     std::string_view name;
     double flag = 0;
     if (!x.args.text(name)) return x.fail(Status::QuotesExpected);
     const bool force = x.args.number(flag);
-    x.args.accept("EOX");
-    if (!x.args.atEnd()) return x.fail(Status::ExtraCharsAtEoln);
+    if (force && flag != 0) return x.fail(Status::ParameterOutOfRange);
+    if (!x.args.accept("EOX") || !x.args.atEnd()) return x.fail(Status::ExtraCharsAtEoln);
     if (!s.find(name)) return x.fail(kProgramNotFound);
     if (s.running(name) && !force) return x.fail(kProgramsRunning);
     s.remove(name);
@@ -503,13 +502,13 @@ void onDir(Exchange& x) {
     const ProgramStore& s = programStore(x.controller);
     std::string_view what;
     if (!x.args.text(what)) return x.fail(Status::QuotesExpected);
+    if (what != "B") return x.fail(Status::ParameterOutOfRange);
     if (!x.args.atEnd()) return x.fail(Status::ExtraCharsAtEoln);
     std::string text = "Name,Size,Crc,Lines,Type,Source,Storage\r\n";
-    char line[256];
     for (const auto& p : s.programs()) {
-        std::snprintf(line, sizeof line, "%s,%zu,%u,%zu,%d,0,0\r\n", p.name.c_str(), p.text.size(),
-                      unsigned(ProgramStore::crc16(p.text)), ProgramStore::lines(p.text).size(), p.type);
-        text += line;
+        // Whole lines whatever the name's length: the listing's reader decides what it takes.
+        text += p.name + ',' + std::to_string(p.text.size()) + ',' + std::to_string(ProgramStore::crc16(p.text)) +
+                ',' + std::to_string(ProgramStore::lines(p.text).size()) + ',' + std::to_string(p.type) + ",0,0\r\n";
     }
     text += "OK\r\n";
     x.reply.insert(x.reply.end(), text.begin(), text.end());

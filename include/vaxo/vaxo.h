@@ -1,6 +1,14 @@
 /* libVaxo_Ubrix_TCP: the flat C interface for remote-controlling a Movicor motion
  * controller over TCP. Every function takes the context handle first and returns an
- * ErrorCode (0 = success) unless noted. Compiles as C99 and as C++. */
+ * ErrorCode (0 = success) unless noted. Compiles as C99 and as C++.
+ * A digit (or digit and letter) at the end of a name counts the function's arguments,
+ * the handle included: vaxo_GetDIn3(h, channel, on), vaxo_RunProgram2(h, name); only the
+ * 32 of vaxo_GetDIn32, vaxo_GetDOut32 and vaxo_SetDOut32 counts channels instead.
+ * Order of checks: a null handle, then a null out-pointer or callback (BadArgument); then, for
+ * a command, a link that is not open (Disconnected) or a call on the reader thread, from
+ * inside a reply callback (NotSupported); only then the arguments' values.
+ * A request found longer than the controller's buffer before it is sent returns
+ * 0x8100000008 although that code has the fatal bit: nothing was sent, the link stays open. */
 #ifndef VAXO_VAXO_H
 #define VAXO_VAXO_H
 
@@ -114,7 +122,13 @@ VAXO_API uint32_t vaxo_GetConnectionType(VaxoHandle h);
 VAXO_API ErrorCode vaxo_GetApiVersion(VaxoHandle h, VersionInfo* out);
 VAXO_API ErrorCode vaxo_GetApiVersionStr(VaxoHandle h, VaxoTextCb cb, void* user);
 
-/* ---- TCP settings (host, port 3240, connect timeout 5000 ms, command timeout 60000 ms) */
+/* ---- TCP settings -----------------------------------------------------------
+ * Defaults of a new context, as the getters read them:
+ *   host name  empty: the open connects to the controller's factory-default address
+ *              192.168.0.250;
+ *   port       0: the open connects to port 3240;
+ *   connect timeout 5000 ms, command timeout 60000 ms.
+ * A change takes effect at the next open. */
 
 VAXO_API ErrorCode vaxo_SetTcpHostName(VaxoHandle h, const char* host);
 VAXO_API ErrorCode vaxo_GetTcpHostName(VaxoHandle h, VaxoTextCb cb, void* user);

@@ -23,7 +23,9 @@ typedef enum VaxoEthercatState {
 /* ---- Network ------------------------------------------------------------------
  * slot is the master's slot, position a slave's position on the network. The plain read forms
  * return the answer; the _VR forms have the controller store it in VR(vr) instead. The digit
- * of StartNetwork and SendResetSequence counts the arguments including the handle. */
+ * of StartNetwork and SendResetSequence counts the arguments including the handle, and so
+ * the values sent after ETHERCAT. A read whose reply carries an error status leaves its result
+ * variables as they were. */
 
 VAXO_API ErrorCode vaxo_Ethercat_StartNetwork2(VaxoHandle h, int32_t slot);
 VAXO_API ErrorCode vaxo_Ethercat_StartNetwork3(VaxoHandle h, int32_t slot, uint32_t option);
@@ -53,6 +55,9 @@ VAXO_API ErrorCode vaxo_Ethercat_SetStatusMaskAndTriggerPattern(VaxoHandle h, in
 /** Takes the mask from VR(vr) and the pattern from VR(vr + 1). */
 VAXO_API ErrorCode vaxo_Ethercat_SetStatusMaskAndTriggerPattern_VR(VaxoHandle h, int32_t slot, int32_t position,
                                                                     int32_t vr);
+/** The controller answers with one line of text, "mask pattern" (two decimal numbers apart by
+ *  blanks or one comma, read as strtol does: a missing number reads as 0), then the standard
+ *  response; mask and pattern are written only on success. */
 VAXO_API ErrorCode vaxo_Ethercat_GetStatusMaskAndTriggerPattern(VaxoHandle h, int32_t slot, int32_t position,
                                                                  uint32_t* mask, uint32_t* pattern);
 /** Stores the mask in VR(vr) and the pattern in VR(vr + 1). */

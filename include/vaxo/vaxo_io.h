@@ -16,7 +16,11 @@ extern "C" {
  * for the first channel. last must be >= first and at most 31 channels beyond it, else
  * BadArgument and nothing is sent. A last of VAXO_NO_CHANNEL reads the first channel alone.
  * vaxo_GetDIn4 with both channels VAXO_NO_CHANNEL reads inputs 0-31; vaxo_GetDOut4 needs a
- * first channel. */
+ * first channel.
+ * Values on error: vaxo_GetDIn4, vaxo_GetDIn32 and vaxo_GetDOut4 store the mask the controller
+ * sent even when it reports an error status; vaxo_GetDOut32, the single-channel reads, the
+ * analogue reads and vaxo_GetInvertIN store their value only on success and leave it as it
+ * was otherwise. */
 
 /** true when the input is on. */
 VAXO_API ErrorCode vaxo_GetDIn3(VaxoHandle h, uint32_t channel, bool* on);

@@ -51,7 +51,11 @@ VAXO_API ErrorCode vaxo_Regist9(VaxoHandle h, int32_t mode, int32_t channel, int
 
 /* ---- Frame groups ----------------------------------------------------------------
  * A frame group: its number, the TABLE index of its frame offsets and its axes. A group that
- * is not defined reads as no axes. */
+ * is not defined reads as no axes.
+ * The reply to a read is one line, "group [tableIndex]: axis,axis,...". A read the controller
+ * refuses (its reply starts with no digit) returns the controller's error and the link stays;
+ * a group with more axes than the caller's array holds returns BufferTooSmall after the rest
+ * of the line has been read, and the link stays in step. */
 
 /** In/out record of vaxo_GetFrameGroup2. */
 typedef struct VaxoFrameGroup {

@@ -80,6 +80,8 @@ VAXO_API ErrorCode vaxo_ParamBlockGetProgInt64Value(VaxoHandle h, int32_t block,
 VAXO_API ErrorCode vaxo_ParamBlockGetProgUInt64Value(VaxoHandle h, int32_t block, uint32_t entry, uint64_t* value);
 VAXO_API ErrorCode vaxo_ParamBlockGetProgInt32Value(VaxoHandle h, int32_t block, uint32_t entry, int32_t* value);
 VAXO_API ErrorCode vaxo_ParamBlockGetProgUInt32Value(VaxoHandle h, int32_t block, uint32_t entry, uint32_t* value);
+/** "TRUE" and "ON" read as true, "FALSE" and "OFF" as false, in any case; any other text is read
+ *  as a number (integer or real), true when non-zero; text that is no number is BadArgument. */
 VAXO_API ErrorCode vaxo_ParamBlockGetProgBoolValue(VaxoHandle h, int32_t block, uint32_t entry, bool* value);
 /** The text itself: into a buffer with an in/out size (size needed returned, BufferTooSmall
  * when it does not fit), or once to a callback. */

@@ -35,7 +35,11 @@ VAXO_API ErrorCode vaxo_GetProcessList(VaxoHandle h, VaxoProcessInfoCb cb, void*
 /* ---- Program files ---------------------------------------------------------------
  * New creates an empty program; Delete removes one (flag: also while it runs); Select makes a
  * program the current one (fileType 0: not given); FileExists tells whether it exists;
- * ClearVariables resets the controller's global variables; Dir calls cb once per file. */
+ * ClearVariables resets the controller's global variables; Dir calls cb once per file.
+ * A refused Select (no such program and no fileType) is answered by the controller with the
+ * standard response alone, without text; its controller error is returned and the link stays.
+ * Listings (Dir, GetProcessList) take lines of up to 1023 characters and names of up to 131
+ * (longer names are cut); a longer line is BadResponse, which closes the link. */
 VAXO_API ErrorCode vaxo_New(VaxoHandle h, const char* file);
 VAXO_API ErrorCode vaxo_Delete(VaxoHandle h, const char* file, bool flag);
 VAXO_API ErrorCode vaxo_Select(VaxoHandle h, const char* file, uint32_t fileType);

@@ -1,13 +1,14 @@
 // EtherCAT master commands: ETHERCAT(function, values...) and the CANopen object commands
 // CO_READ, CO_READ_AXIS, CO_WRITE, CO_WRITE_AXIS. Every value travels as a number; results come
 // back as the standard response's value, except the status mask and trigger pattern, which
-// arrive as two lines of text before the standard response.
+// arrive together as one line of text before the standard response.
 #pragma once
 
 #include <cstdint>
 #include <initializer_list>
 #include <string_view>
 #include <tuple>
+#include <utility>
 
 #include "shared/parsers/NumericReplyParser.h"
 #include "tcp/commands/IO.h"
@@ -98,9 +99,16 @@ inline void convertResult(double v, EthercatState& out) { out = EthercatState(cu
 inline void convertResult(double v, double& out) { out = v; }
 } // namespace detail
 
-// A CmdEthercat with the caller's result variables. One result comes from the standard
-// response's value; several come as one line of text each before the standard response. The
-// results are written only when the controller reports success.
+namespace detail {
+template <class T>
+inline constexpr bool kNumberResult = true;
+template <class A, class B>
+inline constexpr bool kNumberResult<std::pair<A, B>> = false;
+} // namespace detail
+
+// A CmdEthercat with the caller's result variables. One number comes as the standard
+// response's value; a pair, or several results, come as one line of text each before the
+// standard response. The results are written only when the controller reports success.
 template <class... T>
 class CmdEthercatWithReply : public CmdEthercat {
     static_assert(sizeof...(T) >= 1);
@@ -108,7 +116,7 @@ class CmdEthercatWithReply : public CmdEthercat {
 public:
     CmdEthercatWithReply(Connection_TCP& c, T&... results) : CmdEthercat(c), m_results(results...) {}
     ErrorCode readReply() override {
-        if constexpr (sizeof...(T) == 1) {
+        if constexpr (sizeof...(T) == 1 && (detail::kNumberResult<T> && ...)) {
             double value = 0;
             const ErrorCode e = readStandardResponse(&value, nullptr);
             if (!failed(e))

@@ -155,14 +155,27 @@ public:
     Shared::Port_TCP& port() { return m_port; }
     Shared::ParamBlockManager& prmblk() { return m_paramBlocks; }
 
-    // The caller's side of every command: open and thread checks, build the command on this
-    // stack, send and queue it as one step, wait for the reader thread to finish it.
-    template <class Cmd, class Send, class... CtorArgs>
-    ErrorCode execute(Send&& send, CtorArgs&&... ctorArgs) {
+    // What every command operation answers before it looks at its arguments: Disconnected on a
+    // link that is not open, NotSupported on the reader thread (the command would wait for itself).
+    ErrorCode commandGate() const {
         if (!IsConnected() && !isOpeningThread())
             return ErrorCode::Disconnected;
         if (m_pump.isInPumpThread())
             return ErrorCode::NotSupported;
+        return ErrorCode::Success;
+    }
+    // An operation that found its arguments wrong: the link's state still comes first.
+    ErrorCode refused(ErrorCode why) const {
+        const ErrorCode gate = commandGate();
+        return gate != ErrorCode::Success ? gate : why;
+    }
+
+    // The caller's side of every command: open and thread checks, build the command on this
+    // stack, send and queue it as one step, wait for the reader thread to finish it.
+    template <class Cmd, class Send, class... CtorArgs>
+    ErrorCode execute(Send&& send, CtorArgs&&... ctorArgs) {
+        if (ErrorCode e = commandGate(); e != ErrorCode::Success)
+            return e;
         Cmd command(*this, std::forward<CtorArgs>(ctorArgs)...);
         ErrorCode result = m_pump.queueCommand(command, [&] {
             // Again under the send lock: a thread that passed the check above just before a close

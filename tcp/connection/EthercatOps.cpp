@@ -105,7 +105,14 @@ ErrorCode Connection_TCP::Ethercat_SetStatusMaskAndTriggerPattern_VR(int slot, i
 }
 ErrorCode Connection_TCP::Ethercat_GetStatusMaskAndTriggerPattern(int slot, int position, unsigned int& mask,
                                                                   unsigned int& pattern) {
-    return ethercat(*this, {Fn::GetStatusMaskAndTriggerPattern, double(slot), double(position)}, mask, pattern);
+    // One line "mask pattern" before the standard response.
+    std::pair<unsigned int, unsigned int> both{};
+    const ErrorCode e = ethercat(*this, {Fn::GetStatusMaskAndTriggerPattern, double(slot), double(position)}, both);
+    if (!failed(e)) {
+        mask = both.first;
+        pattern = both.second;
+    }
+    return e;
 }
 ErrorCode Connection_TCP::Ethercat_GetStatusMaskAndTriggerPattern_VR(int slot, int position, int vr) {
     return ethercat(*this, {Fn::GetStatusMaskAndTriggerPattern, double(slot), double(position), double(vr)});

@@ -46,7 +46,7 @@ ErrorCode Connection_TCP::UploadFile(std::string_view remote, std::string_view l
                                      std::uint8_t option3, int timeout, std::uint16_t port,
                                      const Shared::ProgressFn& progress) {
     if (type >= Shared::FileTypeCount)
-        return ErrorCode::BadArgument;
+        return refused(ErrorCode::BadArgument);
     TextFileLoader loader(m_logger);
     // The encrypted-item gate comes before any byte, even before the link opens.
     double firmware = 0;
@@ -71,7 +71,7 @@ ErrorCode Connection_TCP::DownloadFile(std::string_view remote, std::string_view
                                        std::uint32_t mode, int timeout, std::uint16_t port,
                                        const Shared::ProgressFn& progress) {
     if (type >= Shared::FileTypeCount)
-        return ErrorCode::BadArgument;
+        return refused(ErrorCode::BadArgument);
     TextFileLoader loader(m_logger);
     if (ErrorCode rc = openLoader(*this, loader, port); rc != ErrorCode::Success)
         return rc;
@@ -95,7 +95,7 @@ ErrorCode Connection_TCP::GetRemoteFileCRC(std::string_view remote, std::uint64_
 
 ErrorCode Connection_TCP::LoadProject(std::string_view projectFile) {
     if (projectFile.empty())
-        return ErrorCode::BadArgument;
+        return refused(ErrorCode::BadArgument);
     double firmware = 0;
     if (ErrorCode rc = GetFirmwareVersionNumber(firmware); rc != ErrorCode::Success)
         return rc;

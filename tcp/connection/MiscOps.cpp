@@ -68,7 +68,7 @@ ErrorCode checkGroup(ErrorCode e, const Shared::FrameGroupReplyParser::ReadGroup
 ErrorCode Connection_TCP::GetFrameGroup(unsigned int group, unsigned int& tableIndex, int* axes,
                                         unsigned int capacity, unsigned int& count) {
     if (axes == nullptr && capacity > 0)
-        return ErrorCode::BadArgument;
+        return refused(ErrorCode::BadArgument);
     Shared::FrameGroupReplyParser::ReadGroupData data;
     std::uint32_t stored = 0;
     int none = 0;
@@ -87,7 +87,7 @@ ErrorCode Connection_TCP::GetFrameGroup(unsigned int group, unsigned int& tableI
 ErrorCode Connection_TCP::GetFrameGroup(unsigned int group, unsigned int& tableIndex,
                                         const std::function<void(int)>& onAxis) {
     if (!onAxis)
-        return ErrorCode::BadArgument;
+        return refused(ErrorCode::BadArgument);
     Shared::FrameGroupReplyParser::ReadGroupData data;
     data.onElement = onAxis;
     ErrorCode e = execute<CmdFrameGroup>([&](CmdFrameGroup& c) { return c.sendRead(group); }, &data);
@@ -106,7 +106,7 @@ ErrorCode Connection_TCP::ProjectKeyRegistryClear() {
 }
 ErrorCode Connection_TCP::ProjectKeyRegistryList(const Shared::TextFn& onText) {
     if (!onText)
-        return ErrorCode::BadArgument;
+        return refused(ErrorCode::BadArgument);
     std::string text;
     const ErrorCode e = execute<CmdProjectKeyRegistry>(
         [](CmdProjectKeyRegistry& c) { return c.send(CmdProjectKeyRegistry::List); }, &text);

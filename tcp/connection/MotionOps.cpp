@@ -18,7 +18,7 @@ bool badList(const double* values, unsigned count) { return count > 0 && !values
 #define VAXO_MOTION_M(op, cls)                                                                                   \
     ErrorCode Connection_TCP::op(const double* values, unsigned int count, int axis) {                           \
         if (badList(values, count))                                                                              \
-            return ErrorCode::BadArgument;                                                                       \
+            return refused(ErrorCode::BadArgument);                                                              \
         return execute<cls>([&](cls& c) { return c.send_m(count, values, axis); });                              \
     }
 VAXO_MOTION_1(MoveRel, CmdMoveRel)
@@ -142,12 +142,12 @@ ErrorCode Connection_TCP::StepRatio(int outputCount, int dposCount, int axis) {
 }
 ErrorCode Connection_TCP::SetMotion(const double* values, unsigned int count) {
     if (badList(values, count) || count > CmdSetMotion::kMaxValues)
-        return ErrorCode::BadArgument;
+        return refused(ErrorCode::BadArgument);
     return execute<CmdSetMotion>([&](CmdSetMotion& c) { return c.send(values, count); });
 }
 ErrorCode Connection_TCP::SetMotionSp(const double* values, unsigned int count) {
     if (badList(values, count) || count > CmdSetMotionSp::kMaxValues)
-        return ErrorCode::BadArgument;
+        return refused(ErrorCode::BadArgument);
     return execute<CmdSetMotionSp>([&](CmdSetMotionSp& c) { return c.send(values, count); });
 }
 

@@ -23,8 +23,8 @@ ErrorCode ensurePrmblkManager(Connection_TCP& c) {
     ParamBlockManager& manager = c.prmblk();
     if (manager.isInitialized())
         return ErrorCode::Success;
-    if (!c.IsConnected())
-        return ErrorCode::Disconnected;
+    if (ErrorCode gate = c.commandGate(); failed(gate))
+        return gate;
     if (c.readerPump().isInPumpThread())
         return ErrorCode::NotSupported;
     return manager.ensureInitialized([&](unsigned& maxBlocks, unsigned& maxEntries) {
@@ -46,8 +46,8 @@ ErrorCode defineBlock(Connection_TCP& c, Shared::ParamBlockType type, int append
     const bool append = newBlock == nullptr;
     if (newBlock)
         *newBlock = -1;
-    if (!c.IsConnected())
-        return ErrorCode::Disconnected;
+    if (ErrorCode gate = c.commandGate(); failed(gate))
+        return gate;
     if (ErrorCode e = ensurePrmblkManager(c); failed(e))
         return e;
     std::optional<PrmBlkAccessor> block;
@@ -120,8 +120,8 @@ bool isDecimalKind(Shared::ParamBlockType t) {
 // Fetch of doubles: all values (no masks) or the changed ones.
 ErrorCode fetchDoubles(Connection_TCP& c, int block, const int* axes, unsigned axisCount, const Range* ranges,
                        unsigned rangeCount, double* values, unsigned capacity, std::uint64_t* masks) {
-    if (!c.IsConnected())
-        return ErrorCode::Disconnected;
+    if (ErrorCode gate = c.commandGate(); failed(gate))
+        return gate;
     if (!values || capacity == 0 || (axes && axisCount == 0) || (ranges && rangeCount == 0))
         return ErrorCode::BadArgument;
     PrmBlkAccessor a(c.prmblk(), block);
@@ -156,8 +156,8 @@ ErrorCode fetchDoubles(Connection_TCP& c, int block, const int* axes, unsigned a
 
 ErrorCode fetchWords(Connection_TCP& c, int block, bool flag, bool hex, std::uint64_t* values, unsigned capacity,
                      std::uint64_t* mask) {
-    if (!c.IsConnected())
-        return ErrorCode::Disconnected;
+    if (ErrorCode gate = c.commandGate(); failed(gate))
+        return gate;
     if (!values || capacity == 0)
         return ErrorCode::BadArgument;
     PrmBlkAccessor a(c.prmblk(), block);
@@ -178,8 +178,8 @@ ErrorCode fetchWords(Connection_TCP& c, int block, bool flag, bool hex, std::uin
 }
 
 ErrorCode fetchTexts(Connection_TCP& c, int block, std::uint64_t* mask) {
-    if (!c.IsConnected())
-        return ErrorCode::Disconnected;
+    if (ErrorCode gate = c.commandGate(); failed(gate))
+        return gate;
     PrmBlkAccessor a(c.prmblk(), block);
     if (a.isVoid() || a.block()->isVoid() || a.type() != Shared::ParamBlockType::PrmBlkProgVar)
         return ErrorCode::InvalidParamBlock;
@@ -301,7 +301,7 @@ ErrorCode Connection_TCP::ParamBlockFetchAllAxisParam(int block, int axis, doubl
 ErrorCode Connection_TCP::ParamBlockFetchAllAxisParam(int block, const int* axes, unsigned int axisCount,
                                                       double* values, unsigned int capacity) {
     if (!axes)
-        return ErrorCode::BadArgument;
+        return refused(ErrorCode::BadArgument);
     return fetchDoubles(*this, block, axes, axisCount, nullptr, 0, values, capacity, nullptr);
 }
 ErrorCode Connection_TCP::ParamBlockFetchAllAxisParam(int block, Range axes, double* values, unsigned int capacity) {
@@ -310,7 +310,7 @@ ErrorCode Connection_TCP::ParamBlockFetchAllAxisParam(int block, Range axes, dou
 ErrorCode Connection_TCP::ParamBlockFetchAllAxisParam(int block, const Range* axisRanges, unsigned int rangeCount,
                                                       double* values, unsigned int capacity) {
     if (!axisRanges)
-        return ErrorCode::BadArgument;
+        return refused(ErrorCode::BadArgument);
     return fetchDoubles(*this, block, nullptr, 0, axisRanges, rangeCount, values, capacity, nullptr);
 }
 ErrorCode Connection_TCP::ParamBlockFetchChangedAxisParam(int block, int axis, double* values, unsigned int capacity,
@@ -321,20 +321,20 @@ ErrorCode Connection_TCP::ParamBlockFetchChangedAxisParam(int block, const int* 
                                                           double* values, unsigned int capacity,
                                                           std::uint64_t* changed) {
     if (!axes || !changed)
-        return ErrorCode::BadArgument;
+        return refused(ErrorCode::BadArgument);
     return fetchDoubles(*this, block, axes, axisCount, nullptr, 0, values, capacity, changed);
 }
 ErrorCode Connection_TCP::ParamBlockFetchChangedAxisParam(int block, Range axes, double* values,
                                                           unsigned int capacity, std::uint64_t* changed) {
     if (!changed)
-        return ErrorCode::BadArgument;
+        return refused(ErrorCode::BadArgument);
     return fetchDoubles(*this, block, nullptr, 0, &axes, 1, values, capacity, changed);
 }
 ErrorCode Connection_TCP::ParamBlockFetchChangedAxisParam(int block, const Range* axisRanges, unsigned int rangeCount,
                                                           double* values, unsigned int capacity,
                                                           std::uint64_t* changed) {
     if (!axisRanges || !changed)
-        return ErrorCode::BadArgument;
+        return refused(ErrorCode::BadArgument);
     return fetchDoubles(*this, block, nullptr, 0, axisRanges, rangeCount, values, capacity, changed);
 }
 ErrorCode Connection_TCP::ParamBlockFetchAllIO(int block, bool flag, std::uint64_t* values, unsigned int capacity) {

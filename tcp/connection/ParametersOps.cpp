@@ -34,13 +34,13 @@ ErrorCode toParameterAndIndex(unsigned int parameter, unsigned int object, Known
 ErrorCode Connection_TCP::GetSystemParameterValue(unsigned int parameter, double& value) {
     KnownTokens p;
     if (ErrorCode e = toParameter(parameter, p); failed(e))
-        return e;
+        return refused(e);
     return GetSystemParameter(p, value);
 }
 ErrorCode Connection_TCP::SetSystemParameterValue(unsigned int parameter, double value) {
     KnownTokens p;
     if (ErrorCode e = toParameter(parameter, p); failed(e))
-        return e;
+        return refused(e);
     return SetSystemParameter(p, value);
 }
 
@@ -50,7 +50,7 @@ ErrorCode Connection_TCP::SetSystemParameterValue(unsigned int parameter, double
         KnownTokens p;                                                                                       \
         int index = 0;                                                                                       \
         if (ErrorCode e = toParameterAndIndex(parameter, object, p, index); failed(e))                       \
-            return e;                                                                                        \
+            return refused(e);                                                                               \
         return GetParameterWithModifier(p, KnownTokens::modifier, index, value);                             \
     }                                                                                                        \
     ErrorCode Connection_TCP::Set##Kind##ParameterValue(unsigned int parameter, unsigned int object,         \
@@ -58,7 +58,7 @@ ErrorCode Connection_TCP::SetSystemParameterValue(unsigned int parameter, double
         KnownTokens p;                                                                                       \
         int index = 0;                                                                                       \
         if (ErrorCode e = toParameterAndIndex(parameter, object, p, index); failed(e))                       \
-            return e;                                                                                        \
+            return refused(e);                                                                               \
         return SetParameterWithModifier(p, KnownTokens::modifier, index, value);                             \
     }
 VAXO_MODIFIED_PARAMETER(Axis, AXIS)
@@ -70,13 +70,13 @@ VAXO_MODIFIED_PARAMETER(Port, PORT)
 ErrorCode Connection_TCP::GetSystemParameterString(unsigned int parameter, std::string& text) {
     KnownTokens p;
     if (ErrorCode e = toParameter(parameter, p); failed(e))
-        return e;
+        return refused(e);
     return execute<CmdGetSysVarStrBase>([&](CmdGetSysVarStrBase& c) { return c.sendVar(p); }, &text);
 }
 ErrorCode Connection_TCP::SetSystemParameterString(unsigned int parameter, std::string_view text) {
     KnownTokens p;
     if (ErrorCode e = toParameter(parameter, p); failed(e))
-        return e;
+        return refused(e);
     return execute<CmdSetSysVarStr>([&](CmdSetSysVarStr& c) { return c.send(p, text); });
 }
 
@@ -85,7 +85,7 @@ ErrorCode Connection_TCP::SetAxisBase(int axis) {
 }
 ErrorCode Connection_TCP::SetMultiAxisBase(const int* axes, unsigned int count) {
     if (!axes || count == 0)
-        return ErrorCode::BadArgument;
+        return refused(ErrorCode::BadArgument);
     return execute<CmdSetAxisBase>([&](CmdSetAxisBase& c) { return c.send(axes, count); });
 }
 

@@ -17,7 +17,7 @@ ErrorCode Connection_TCP::Execute(std::string_view command) {
 }
 ErrorCode Connection_TCP::ExecuteWithResponse(std::string_view command, char* buffer, unsigned int& size) {
     if (!buffer && size != 0)
-        return ErrorCode::BadArgument;
+        return refused(ErrorCode::BadArgument);
     return execute<CmdExecuteWithResponse1>([&](CmdExecuteWithResponse1& c) { return c.send(command); }, buffer,
                                             size);
 }

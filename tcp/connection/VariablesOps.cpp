@@ -31,22 +31,22 @@ ErrorCode checkRun(unsigned start, unsigned count, const void* values) {
 
 ErrorCode Connection_TCP::GetMultiVrValues(unsigned int start, unsigned int count, double* values) {
     if (ErrorCode e = checkRun(start, count, values); failed(e) || count == 0)
-        return e;
+        return refused(e);
     return execute<CmdGetMultiVR>([&](CmdGetMultiVR& c) { return c.send(start, count, values); });
 }
 ErrorCode Connection_TCP::GetMultiTableValues(unsigned int start, unsigned int count, double* values) {
     if (ErrorCode e = checkRun(start, count, values); failed(e) || count == 0)
-        return e;
+        return refused(e);
     return execute<CmdGetMultiTABLE>([&](CmdGetMultiTABLE& c) { return c.send(start, count, values); });
 }
 ErrorCode Connection_TCP::SetMultiVrValues(unsigned int start, unsigned int count, const double* values) {
     if (ErrorCode e = checkRun(start, count, values); failed(e) || count == 0)
-        return e;
+        return refused(e);
     return execute<CmdSetMultiVR>([&](CmdSetMultiVR& c) { return c.send(start, count, values); });
 }
 ErrorCode Connection_TCP::SetMultiTableValues(unsigned int start, unsigned int count, const double* values) {
     if (ErrorCode e = checkRun(start, count, values); failed(e) || count == 0)
-        return e;
+        return refused(e);
     return execute<CmdSetMultiTABLE>([&](CmdSetMultiTABLE& c) { return c.send(start, count, values); });
 }
 
@@ -58,7 +58,7 @@ ErrorCode Connection_TCP::GetVrStringLen(unsigned int index, unsigned int& lengt
 }
 ErrorCode Connection_TCP::GetVrString(unsigned int index, char* buffer, unsigned int& size) {
     if (!buffer && size)
-        return ErrorCode::BadArgument;
+        return refused(ErrorCode::BadArgument);
     return execute<CmdGetVrStringToBuffer>([&](CmdGetVrStringToBuffer& c) { return c.send(index); }, buffer, &size);
 }
 ErrorCode Connection_TCP::GetVrString(unsigned int index, const Shared::DataStreamFn& onText) {

@@ -222,3 +222,35 @@ TEST(SimSession, FaultSwitches) {
     o.c.faults().clear();
     EXPECT_EQ(o.c.faults().armed(), 0u);
 }
+
+// The program commands take exactly the forms the library sends; the controller refuses the
+// rest with a status and no text, so that a library that drifted shows at once.
+TEST(SimSession, ProgramCommandsRefuseFormsTheLibraryNeverSends) {
+    Opened o({.seed = 21});
+    EXPECT_EQ(o.send(o.enc().tok("NEW").text("P").tok("EOX").zero()), o.ok());
+    struct Row {
+        const char* what;
+        Bytes request;
+        int status; // 0: accepted
+    };
+    const Row rows[] = {
+        {"EXECUTE asks for its text only with 1, 1",
+         o.enc().tok("EXECUTE").text("VR(1)=1").tok("COMMA").num(2).tok("COMMA").num(2).zero(),
+         Status::ParameterOutOfRange},
+        {"NEW without its EOX", o.enc().tok("NEW").text("Q").zero(), Status::ExtraCharsAtEoln},
+        {"DEL with a number other than 0", o.enc().tok("DEL").text("P").num(1).tok("EOX").zero(),
+         Status::ParameterOutOfRange},
+        {"DEL without its EOX", o.enc().tok("DEL").text("P").zero(), Status::ExtraCharsAtEoln},
+        {"DIR with another argument", o.enc().tok("DIR").text("C").zero(), Status::ParameterOutOfRange},
+        {"PROCESS with another argument", o.enc().tok("PROCESS").text("X2").zero(), Status::ParameterOutOfRange},
+        {"EX without its option", o.enc().tok("EX").zero(), Status::OpenBracketExpected},
+        {"DEL as the library sends it", o.enc().tok("DEL").text("P").num(0).tok("EOX").zero(), 0},
+    };
+    for (const auto& r : rows) {
+        const Bytes reply = o.send(r.request);
+        if (r.status)
+            EXPECT_EQ(reply, o.err(r.status)) << r.what;
+        else
+            EXPECT_EQ(reply, o.ok()) << r.what;
+    }
+}

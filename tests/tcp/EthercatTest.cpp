@@ -163,7 +163,7 @@ TEST_F(Ethercat, ResultsInTheReply) {
     ASSERT_EQ(vaxo_Ethercat_GetEmergencyMsgControl(h, 0, &st), 0u);
     EXPECT_EQ(st, 6u);
 
-    // Two lines of text, then the standard response.
+    // One line "mask pattern", then the standard response.
     ASSERT_EQ(vaxo_Ethercat_SetStatusMaskAndTriggerPattern(h, 0, 2, 0x0F, 0x05), 0u);
     uint32_t mask = 0, pattern = 0;
     ASSERT_EQ(vaxo_Ethercat_GetStatusMaskAndTriggerPattern(h, 0, 2, &mask, &pattern), 0u);
