@@ -483,8 +483,8 @@ TEST_F(WireRules, EveryRuleOnTheWire) {
         EXPECT_EQ(r.call(*this), r.result);
         const auto reqs = sim->requests();
         const auto want = r.requests(*this);
-        ASSERT_EQ(reqs.size(), want.size());
-        for (std::size_t k = 0; k < want.size(); ++k) {
+        EXPECT_EQ(reqs.size(), want.size());
+        for (std::size_t k = 0; k < std::min(want.size(), reqs.size()); ++k) {
             EXPECT_EQ(reqs[k].bytes, want[k]) << k << ": " << reqs[k].str();
             if (r.result == kOk) {
                 EXPECT_EQ(reqs[k].status, 0) << k << ": " << reqs[k].str();
