@@ -248,3 +248,27 @@ TEST(SimSession, FaultSwitches) {
     o.c.faults().clear();
     EXPECT_EQ(o.c.faults().armed(), 0u);
 }
+
+// The controller's own limits: a request longer than its buffer (124 bytes, 200 from release
+// .0273 on as the firmware order puts it) is refused whatever it holds, and FORWARD and REVERSE
+// must name their axis.
+TEST(SimSession, LongRequestsAndForwardWithoutAxisAreRefused) {
+    struct Case { double fw; std::size_t limit; };
+    for (auto c : {Case{3.0273, 124}, Case{4.0273, 200}, Case{5.0273, 200}, Case{2.0272, 124}}) {
+        SCOPED_TRACE(c.fw);
+        Opened o({.seed = 3, .firmware = c.fw});
+        EXPECT_EQ(o.s.remoteBuffer(), c.limit);
+        const auto vrString = [&](std::size_t size) {
+            const Bytes head = o.enc().tok("VR").tok("OPENBRACKETS").num(0).tok("CLOSEBRACKETS").tok("ASSIGN").raw(0x01).text("").tok("EOX").zero();
+            return o.enc().tok("VR").tok("OPENBRACKETS").num(0).tok("CLOSEBRACKETS").tok("ASSIGN").raw(0x01)
+                .text(std::string(size - head.size(), 'x')).tok("EOX").zero();
+        };
+        EXPECT_EQ(o.send(vrString(c.limit)), o.ok());
+        EXPECT_EQ(o.send(vrString(c.limit + 1)), o.err(Status::CommandLineTooLong));
+    }
+    Opened o({.seed = 4});
+    EXPECT_EQ(o.send(o.enc().tok("FORWARD").zero()), o.err(Status::OperandExpected));
+    EXPECT_EQ(o.send(o.enc().tok("REVERSE").tok("MODIFIER").tok("AXIS").tok("OPENBRACKETS").num(1).tok("CLOSEBRACKETS").zero()), o.ok());
+    EXPECT_EQ(o.send(o.enc().tok("FORWARD").tok("MODIFIER").tok("AXIS").tok("OPENBRACKETS").num(-1).tok("CLOSEBRACKETS").zero()),
+              o.err(Status::ParameterOutOfRange));
+}
