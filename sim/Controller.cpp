@@ -102,7 +102,7 @@ std::uint16_t Controller::codeOf(std::string_view name) const noexcept {
 }
 
 bool Controller::sysVarBodge() const noexcept {
-    return !cfg_.systemVariable16 && compareFwVer(cfg_.firmware, kSysVarBodgeFirmware) >= 0;
+    return !cfg_.systemVariable16 && compareFirmware(cfg_.firmware, kSysVarBodgeFirmware) >= 0;
 }
 
 double Controller::systemParameter(std::uint16_t code) const noexcept {
@@ -159,6 +159,11 @@ bool Session::escaped() const noexcept {
     return true;
 }
 
+std::size_t Session::remoteBuffer() const noexcept {
+    if (phase_ != Phase::Versioned) return 124;
+    return compareFirmware(c_.config().firmware, kLongRequestFirmware) >= 0 ? 200 : 124;
+}
+
 NumberFormat Session::format() const noexcept {
     return phase_ == Phase::Table || phase_ == Phase::Reset ? NumberFormat::Tms320 : formatOfType(c_.config().controllerType);
 }
@@ -174,11 +179,52 @@ void Session::feed(const std::uint8_t* data, std::size_t n) {
     in_.insert(in_.end(), data, data + n);
 }
 
-void Session::expectData(std::size_t bytes, std::string command, std::function<void(Exchange&)> done) {
-    intake_.remaining = bytes;
+void Session::expectValues(std::size_t values, std::string command, std::function<void(Exchange&)> done) {
+    intake_.remaining = values;
     intake_.command = std::move(command);
     intake_.done = std::move(done);
     intake_.data.clear();
+    intake_.items.clear();
+}
+
+bool Session::takeValues(bool& refused) {
+    const SymbolCodes& sym = c_.table().symbols();
+    const NumberFormat f = format();
+    const std::size_t width = numberSize(f);
+    refused = false;
+    while (intake_.remaining) {
+        const std::uint8_t* p = in_.data() + head_;
+        const std::size_t avail = in_.size() - head_;
+        std::size_t pos = 0;
+        // A token code: one byte, or EXTENDED_TOKEN and the code's distance from it.
+        auto code = [&](std::uint16_t& c) {
+            if (pos >= avail) return false;
+            const std::uint8_t b = p[pos++];
+            if (b != sym.extended) {
+                c = b;
+                return true;
+            }
+            if (pos >= avail) return false;
+            c = static_cast<std::uint16_t>(sym.extended + p[pos++]);
+            return true;
+        };
+        std::uint16_t c = 0;
+        if (!code(c)) return false;
+        if (c != sym.number) return refused = true;
+        if (avail - pos < width) return false;
+        const std::uint8_t* number = p + pos;
+        pos += width;
+        if (!code(c)) return false;
+        if (c != sym.eox) return refused = true;
+        Item it;
+        it.kind = ItemKind::Number;
+        it.value = getNumber(number, f);
+        intake_.items.push_back(std::move(it));
+        intake_.data.insert(intake_.data.end(), p, p + pos);
+        head_ += pos;
+        --intake_.remaining;
+    }
+    return true;
 }
 
 bool Session::next(Outgoing& out) {
@@ -186,22 +232,25 @@ bool Session::next(Outgoing& out) {
     for (;;) {
         const std::size_t avail = in_.size() - head_;
         if (intake_.remaining) {
-            const std::size_t take = std::min(avail, intake_.remaining);
-            intake_.data.insert(intake_.data.end(), in_.begin() + static_cast<std::ptrdiff_t>(head_),
-                                in_.begin() + static_cast<std::ptrdiff_t>(head_ + take));
-            head_ += take;
-            intake_.remaining -= take;
-            if (intake_.remaining) return false;
+            bool refused = false;
+            if (!takeValues(refused)) return false;
+            if (refused) {  // what has arrived of the block goes with it
+                intake_.data.insert(intake_.data.end(), in_.begin() + static_cast<std::ptrdiff_t>(head_), in_.end());
+                head_ = in_.size();
+                intake_.remaining = 0;
+            }
             req_.kind = RequestKind::DataBlock;
             req_.raw.swap(intake_.data);
             req_.bytes = req_.raw;
-            req_.items.clear();
+            req_.items.swap(intake_.items);
+            intake_.items.clear();
             req_.escaped = false;
             req_.format = format();
             req_.status = 0;
             auto done = std::move(intake_.done);
             intake_.done = nullptr;
-            answer(out, 0, intake_.command, &done);
+            if (refused) answer(out, Status::NumberExpected, intake_.command, nullptr);
+            else answer(out, 0, intake_.command, &done);
             return true;
         }
         if (avail == 0) return false;
@@ -225,7 +274,9 @@ bool Session::next(Outgoing& out) {
         case DecodeResult::Complete:
         case DecodeResult::Error:
             head_ += o.consumed;
-            answer(out, o.status, req_.command(), nullptr);
+            // A request longer than the controller's buffer is refused whatever it holds.
+            answer(out, o.status ? o.status : req_.bytes.size() > remoteBuffer() ? Status::CommandLineTooLong : 0,
+                   req_.command(), nullptr);
             return true;
         }
     }

@@ -221,13 +221,19 @@ public:
     void setPhase(Phase p) noexcept { phase_ = p; }
     bool escaped() const noexcept;
     NumberFormat format() const noexcept;
+    // The longest request in bytes (escapes removed, the final ZERO included) the controller
+    // takes: 200 from firmware 2.0273 on (compareFirmware), else and before VERSION 124.
+    std::size_t remoteBuffer() const noexcept;
     std::uint32_t connection() const noexcept { return connection_; }
     bool closed() const noexcept { return closed_; }
 
-    // For block transfers: the next `bytes` raw bytes (not escaped, no ZERO) are a data block;
-    // when they have all arrived, `done` runs as the block's handler (its request holds the raw
-    // bytes) and answers it. Fault switches see the block under `command`.
-    void expectData(std::size_t bytes, std::string command, std::function<void(Exchange&)> done);
+    // For block transfers: the next `values` values are a data block. Each value is NUMBER, its
+    // bytes in the link's format and EOX, with nothing between values, not escaped, no ZERO.
+    // When all have arrived, `done` runs as the block's handler (its request holds one Number
+    // item per value and the raw bytes) and answers it. Anything else where a value must start
+    // or end (a bare number, say) refuses the block with "Number expected" and drops what has
+    // arrived of it. Fault switches see the block under `command`.
+    void expectValues(std::size_t values, std::string command, std::function<void(Exchange&)> done);
 
     // Largest amount of buffered bytes without a complete request before the controller gives up.
     static constexpr std::size_t kMaxRequest = 64 * 1024;
@@ -243,11 +249,16 @@ private:
     std::size_t head_ = 0;
     Request req_;
     std::vector<double> scratch_;
+    // Takes the values of a data block from the buffered bytes: true when the block is complete
+    // or refused (then refused is set), false when more bytes must arrive.
+    bool takeValues(bool& refused);
+
     struct Intake {
-        std::size_t remaining = 0;
+        std::size_t remaining = 0;  // values still to come
         std::string command;
         std::function<void(Exchange&)> done;
         std::vector<std::uint8_t> data;
+        std::vector<Item> items;
     } intake_;
 };
 

@@ -359,7 +359,9 @@ void single(Exchange& x, std::size_t minValues, std::size_t maxValues, bool axis
     x.answer(0);
 }
 
+// FORWARD and REVERSE always carry MODIFIER AXIS ( n ); without it they are refused.
 void continuous(Exchange& x, int type, double direction) {
+    if (const Item* p = x.args.peek(); !p || !p->isToken("MODIFIER")) return x.fail(Status::OperandExpected);
     single(x, 0, 0, true, [&](MotionAxes& m, std::size_t axis, const std::vector<double>&) -> std::uint16_t {
         // A running move stops first; the continuous move follows once it has.
         m.cancel(axis, 2);

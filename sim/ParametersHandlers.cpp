@@ -136,6 +136,8 @@ void onParameter(Exchange& x) {
 // BASE ( axis {, axis} ): the axes later motion commands without AXIS go to.
 void onBase(Exchange& x) {
     MotionAxes& m = x.controller.extension<MotionAxes>();
+    // BASE alone changes nothing and answers the first axis of the selection.
+    if (x.args.atEnd()) return x.answer(m.base().empty() ? 0.0 : static_cast<double>(m.base().front()));
     if (auto st = x.args.bracketed(x.scratch)) return x.fail(st);
     if (x.scratch.empty() || !x.args.atEnd()) return x.fail(Status::ExtraCharsAtEoln);
     std::vector<std::uint32_t> axes;

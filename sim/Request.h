@@ -43,7 +43,7 @@ struct Item {
 
 enum class RequestKind : std::uint8_t {
     Command,    // a token request ended by ZERO
-    DataBlock,  // raw numbers of a block transfer (no tokens, no escaping, no ZERO)
+    DataBlock,  // the values of a block transfer (NUMBER bytes EOX each; no escaping, no ZERO)
 };
 
 // One decoded request.

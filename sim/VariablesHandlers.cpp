@@ -57,40 +57,38 @@ void onTable(Exchange& x) {
 }
 
 // name(start, count, 1)  -> standard response (value = count), then count raw numbers
-// name(start, end, 2)    -> standard response; then a data block of end - start + 1 raw numbers
-//                           (not escaped, no ZERO), answered once more when complete
+// name(start, end, 2)    -> standard response; then a data block of end - start + 1 values (each
+//                           NUMBER, its bytes, EOX; not escaped, no ZERO), answered once more when
+//                           complete. end = start - 1 is an empty run: the header alone.
 void onValues(Exchange& x, bool table) {
     auto& mem = table ? x.controller.tableMemory() : x.controller.vr();
     const std::uint16_t outOfRange = table ? Status::TableIndexRangeError : Status::ParameterOutOfRange;
     if (auto st = x.args.bracketed(x.scratch)) return x.fail(st);
     if (x.scratch.size() != 3 || !x.args.atEnd()) return x.fail(Status::ExtraCharsAtEoln);
-    std::size_t start, second;
-    if (!indexOf(x.scratch[0], mem.size(), start) || !indexOf(x.scratch[1], mem.size() + 1, second))
-        return x.fail(outOfRange);
+    std::size_t start;
+    if (!indexOf(x.scratch[0], mem.size(), start)) return x.fail(outOfRange);
     if (x.scratch[2] == 1) {
-        if (second > mem.size() - start) return x.fail(outOfRange);
-        x.answer(static_cast<double>(second));
-        for (std::size_t k = 0; k < second; ++k) x.number(mem[start + k]);
+        std::size_t count;
+        if (!indexOf(x.scratch[1], mem.size() + 1, count) || count > mem.size() - start) return x.fail(outOfRange);
+        x.answer(static_cast<double>(count));
+        for (std::size_t k = 0; k < count; ++k) x.number(mem[start + k]);
         return;
     }
     if (x.scratch[2] != 2) return x.fail(Status::ParameterOutOfRange);
-    if (second < start || second >= mem.size()) return x.fail(outOfRange);
-    const std::size_t count = second - start + 1;
+    // Block writes exist only after their firmware release.
+    if (compareFirmware(x.controller.config().firmware, kBlockWriteFirmware) <= 0)
+        return x.fail(Status::ParameterOutOfRange);
+    // The count from the end: end - start + 1, whole and not below 0.
+    std::size_t count;
+    if (!indexOf(x.scratch[1] - x.scratch[0] + 1, mem.size() - start + 1, count)) return x.fail(outOfRange);
     x.answer(0);
-    x.session.expectData(count * numberSize(x.format), std::string(x.request.command()),
-                         [table, start](Exchange& b) {
-                             auto& m = table ? b.controller.tableMemory() : b.controller.vr();
-                             const std::size_t w = numberSize(b.format);
-                             const auto& raw = b.request.raw;
-                             for (std::size_t k = 0; k * w < raw.size(); ++k) {
-                                 Item it;
-                                 it.kind = ItemKind::Number;
-                                 it.value = getNumber(raw.data() + k * w, b.format);
-                                 m[start + k] = it.value;
-                                 b.request.items.push_back(std::move(it));
-                             }
-                             b.answer(0);
-                         });
+    if (count == 0) return;
+    x.session.expectValues(count, std::string(x.request.command()), [table, start](Exchange& b) {
+        auto& m = table ? b.controller.tableMemory() : b.controller.vr();
+        std::size_t k = start;
+        for (const Item& it : b.request.items) m[k++] = it.value;
+        b.answer(0);
+    });
 }
 
 void onVrValues(Exchange& x) { onValues(x, false); }

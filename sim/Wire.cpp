@@ -76,13 +76,12 @@ NumberFormat formatOfType(double controllerType) noexcept {
     return isTms320Type(controllerType) ? NumberFormat::Tms320 : NumberFormat::Ieee64;
 }
 
-int compareFwVer(double a, double b) noexcept {
-    double ia, ib;
-    const double fa = std::modf(a, &ia);
-    const double fb = std::modf(b, &ib);
-    if (fb > fa) return -1;
-    if (fa > fb) return 1;
-    return static_cast<int>(ib - ia);
+int compareFirmware(double a, double b) noexcept {
+    const double releaseA = a - std::trunc(a);
+    const double releaseB = b - std::trunc(b);
+    if (releaseA < releaseB) return -1;
+    if (releaseA > releaseB) return 1;
+    return static_cast<int>(std::trunc(b) - std::trunc(a));
 }
 
 } // namespace Vaxo::Sim

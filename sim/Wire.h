@@ -30,14 +30,19 @@ double getNumber(const std::uint8_t* p, NumberFormat f) noexcept;
 bool isTms320Type(double controllerType) noexcept;
 NumberFormat formatOfType(double controllerType) noexcept;
 
-// Firmware comparison as the controller's release notes order versions: the fraction (the
-// release) decides first; for equal fractions the integer parts decide, b minus a.
-int compareFwVer(double a, double b) noexcept;
+// Firmware order as the controller's release notes give it: the fraction (the release) decides
+// first, compared exactly as the doubles hold it (1 when a's is greater, -1 when b's is); for
+// equal fractions the integer parts decide, b minus a.
+int compareFirmware(double a, double b) noexcept;
 
 // Firmware from which requests are escaped (0x1B and 0x01 preceded by 0x1B).
 constexpr double kEscapingFirmware = 1.51;
 // Firmware from which, without 16-bit system-variable tokens, a system variable after the first
 // element of a request carries its high byte as a token code.
 constexpr double kSysVarBodgeFirmware = 99.0338001;
+// Firmware from which (compareFirmware >= 0) a request may be 200 bytes long instead of 124.
+constexpr double kLongRequestFirmware = 2.0273;
+// Firmware after which (compareFirmware > 0) VRVALUES and TABLEVALUES take block writes.
+constexpr double kBlockWriteFirmware = 2.0325;
 
 } // namespace Vaxo::Sim

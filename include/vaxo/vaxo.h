@@ -31,7 +31,10 @@ extern "C" {
  *  A parameter block past its capacity gives CapacityExceeded in the plain form, 0x0100000018.
  *  An errno is widened as a signed 32-bit number before the errno bit is added: a negative
  *  errno sets every bit from 32 up (-1 gives 0xFFFFFFFFFFFFFFFF).
- *  Names and descriptions of codes: vaxox_GetErrorName (<vaxo/vaxox.h>), vaxo_GetErrorString. */
+ *  Names and descriptions of codes: vaxox_GetErrorName (<vaxo/vaxox.h>), vaxo_GetErrorString.
+ *  A reply's status is the controller's number truncated to 16 bits (2.5 and 2.9 are controller
+ *  error 2); a status that is not finite, or whose whole part is outside 0..65535, is
+ *  BadResponse (fatal: later commands return Disconnected until the host opens again). */
 typedef uint64_t ErrorCode;
 
 /** The library's version record (1.2.1.1196 for this build). */
@@ -158,7 +161,13 @@ VAXO_API ErrorCode vaxo_GetTableValue(VaxoHandle h, uint32_t index, double* valu
 VAXO_API ErrorCode vaxo_SetTableValue(VaxoHandle h, uint32_t index, double value);
 /** count values from start; values holds count doubles. Writes go out as one block transfer on
  *  controllers whose firmware has it, else (TABLE only) as several TABLE requests; VR writes
- *  need the block transfer and give NotSupported without it. */
+ *  need the block transfer and give NotSupported without it, nothing sent.
+ *  A count of 0 still goes to the controller: reads as VRVALUES/TABLEVALUES(start, 0, 1), block
+ *  writes as the block header alone (a link that is down gives Disconnected).
+ *  TABLE requests carry (remote buffer - 15) / (number size + 3) values each; fewer where token
+ *  codes of two bytes (or escapes) would not let that many fit the remote buffer.
+ *  When one TABLE request cannot be sent, or the controller refuses one, the replies to those
+ *  already sent are still read (the link stays in step) and the first error is returned. */
 VAXO_API ErrorCode vaxo_GetMultiVrValues(VaxoHandle h, uint32_t start, uint32_t count, double* values);
 VAXO_API ErrorCode vaxo_SetMultiVrValues(VaxoHandle h, uint32_t start, uint32_t count, double* values);
 VAXO_API ErrorCode vaxo_GetMultiTableValues(VaxoHandle h, uint32_t start, uint32_t count, double* values);
@@ -166,6 +175,7 @@ VAXO_API ErrorCode vaxo_SetMultiTableValues(VaxoHandle h, uint32_t start, uint32
 /** VR strings: one byte per VR from index on, ended by a 0. The 4a form fills a buffer whose
  *  in/out size returns the size needed (text + 1), BufferTooSmall when short; 4b streams
  *  packets (the last one of length 0); 4c calls cb once with the whole text. */
+/** A text that holds the byte of the controller's QUOTES token is BadArgument, nothing sent. */
 VAXO_API ErrorCode vaxo_SetVrString(VaxoHandle h, uint32_t index, const char* text);
 VAXO_API ErrorCode vaxo_GetVrStringLen(VaxoHandle h, uint32_t index, uint32_t* length);
 VAXO_API ErrorCode vaxo_GetVrString4a(VaxoHandle h, uint32_t index, char* buffer, uint32_t* size);
@@ -180,7 +190,9 @@ VAXO_API ErrorCode vaxo_ClearVrBit(VaxoHandle h, uint32_t bit, uint32_t index);
  * vaxo_GetAxisParameter_<NAME>(h, axis, double*)    vaxo_SetAxisParameter_<NAME>(h, axis, double)
  * vaxo_GetSystemParameter_<NAME>(h, double*)        vaxo_SetSystemParameter_<NAME>(h, double)
  * vaxo_GetProcessParameter_<NAME>(h, proc, double*) vaxo_SetProcessParameter_<NAME>(h, proc, double)
- * vaxo_GetSlotParameter_<NAME>(h, slot, double*)    vaxo_SetSlotParameter_<NAME>(h, slot, double) */
+ * vaxo_GetSlotParameter_<NAME>(h, slot, double*)    vaxo_SetSlotParameter_<NAME>(h, slot, double)
+ * An axis, process or slot number above 0x7FFFFFFF is BadArgument, nothing sent (as for the
+ * typed forms in vaxo_parameters.h). */
 #define VAXO_PARAM(kind, name, access) VAXO_DECL_GET_##kind(name) VAXO_DECL_SET_##kind##_##access(name)
 #define VAXO_DECL_GET_Axis(name) VAXO_API ErrorCode vaxo_GetAxisParameter_##name(VaxoHandle h, uint32_t axis, double* value);
 #define VAXO_DECL_SET_Axis_RW(name) VAXO_API ErrorCode vaxo_SetAxisParameter_##name(VaxoHandle h, uint32_t axis, double value);

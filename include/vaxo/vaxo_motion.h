@@ -1,7 +1,8 @@
 /* Motion commands: flat functions. Included by <vaxo/vaxo.h>.
  *
- * An axis argument below 0 means "no axis": the request carries no AXIS modifier and the
- * controller applies the command to the axes selected with vaxo_SetAxisBase. Otherwise the
+ * An axis argument below 0 means "no axis" (except for vaxo_Forward and vaxo_Reverse, below):
+ * the request carries no AXIS modifier and the controller applies the command to the axes
+ * selected with vaxo_SetAxisBase. Otherwise the
  * command applies to that axis (multi-value forms: to that axis and the ones after it).
  * Trailing optional values are left out of the request while they hold their "unused" value:
  * an option or mode of -1, a speed or link position of 0. */
@@ -80,7 +81,8 @@ VAXO_API ErrorCode vaxo_ConnPath(VaxoHandle h, double ratio, int32_t drivingAxis
 
 /* ---- Continuous moves and stops -------------------------------------------------------------
  * CANCEL(mode) and DATUM(mode) take the mode first; RAPIDSTOP stops every axis, with its mode
- * only when mode is not null. */
+ * only when mode is not null. FORWARD and REVERSE always name their axis (AXIS(axis), a negative
+ * axis too, which the controller refuses with its own error); they never go to the BASE axes. */
 VAXO_API ErrorCode vaxo_Forward(VaxoHandle h, int32_t axis);
 VAXO_API ErrorCode vaxo_Reverse(VaxoHandle h, int32_t axis);
 VAXO_API ErrorCode vaxo_Cancel(VaxoHandle h, int32_t mode, int32_t axis);

@@ -11,9 +11,10 @@ extern "C" {
 /* ---- Parameter blocks ------------------------------------------------------
  * A parameter block is a list of controller values defined once and then read in one
  * exchange, all of them or only those changed since the last read. Defines write the new
- * block's identifier (-1 on failure); appends add entries to an existing block. Changed
- * masks have bit (entry mod 64) set for each entry reported as changed; outputs of entries
- * not reported keep their contents. */
+ * block's identifier (-1 on failure); appends add entries to an existing block. A changed
+ * fetch writes values[index] for every index the controller reports below the capacity (one at
+ * or above the block size too) and sets bit (index mod 64) of the mask; an index at or above the
+ * capacity is BufferTooSmall. Outputs of entries not reported keep their contents. */
 
 /** VR and TABLE blocks: indices (runs of neighbours are sent as ranges). */
 VAXO_API ErrorCode vaxo_ParamBlockDefineVr(VaxoHandle h, uint32_t* indices, uint32_t count, int32_t* block);
@@ -46,7 +47,8 @@ VAXO_API ErrorCode vaxo_ParamBlockFetchChangedSystem(VaxoHandle h, int32_t block
                                                      uint64_t* changed);
 /** Axis parameter blocks for one axis (a), a run of axes (b), a list of axes (6a/7a) or a list of
  * runs (6b/7b). With several axes the values of each axis follow one another (block size each)
- * and changed holds one mask per axis. */
+ * and changed holds one mask per axis: a reported index i belongs to axis i / (block size), an
+ * index beyond the last axis to the last one, and sets bit (i - axis x block size) mod 64. */
 VAXO_API ErrorCode vaxo_ParamBlockFetchAllAxisParam5a(VaxoHandle h, int32_t block, int32_t axis, double* values,
                                                       uint32_t capacity);
 VAXO_API ErrorCode vaxo_ParamBlockFetchAllAxisParam5b(VaxoHandle h, int32_t block, Range axes, double* values,

@@ -15,7 +15,9 @@ extern "C" {
  * round the controller's number to the nearest integer for the integer types (Bool: non-zero
  * is true); a value outside the type's range gives OutOfRange and leaves *value untouched.
  * 64-bit writes that a double cannot hold exactly give OutOfRange and send nothing.
- * A controller without the kind's modifier (e.g. PORT) gives NotSupported without traffic. */
+ * A controller without the kind's modifier (e.g. PORT) gives NotSupported without traffic.
+ * An axis, process, slot or port number above 0x7FFFFFFF is BadArgument, nothing sent (as for
+ * the named functions in vaxo.h). */
 
 /** System parameters. */
 VAXO_API ErrorCode vaxo_GetSystemParameterBoolValue(VaxoHandle h, uint32_t parameter, bool* value);
@@ -89,7 +91,8 @@ VAXO_API ErrorCode vaxo_GetSystemParameterStringValue4a(VaxoHandle h, uint32_t p
 VAXO_API ErrorCode vaxo_GetSystemParameterStringValue4b(VaxoHandle h, uint32_t parameter, VaxoTextCb cb, void* user);
 VAXO_API ErrorCode vaxo_SetSystemParameterStringValue(VaxoHandle h, uint32_t parameter, const char* text);
 
-/** BASE: the axes later motion commands address, one or count of them. */
+/** BASE: the axes later motion commands address, one or count of them; count 0 sends BASE
+ *  alone, which changes nothing. */
 VAXO_API ErrorCode vaxo_SetAxisBase(VaxoHandle h, int32_t axis);
 VAXO_API ErrorCode vaxo_SetMultiAxisBase(VaxoHandle h, int32_t* axes, uint32_t count);
 

@@ -1,6 +1,8 @@
 // Collecting and decoding the reply text of a parameter-block fetch.
 #include "shared/prmblk/PrmBlkReply.h"
 
+#include <algorithm>
+
 #include "shared/parsers/FromChars.h"
 #include "shared/parsers/TextReplyParsers.h"
 
@@ -93,14 +95,13 @@ ErrorCode decodeValues(std::string_view text, const PrmBlkOutput<T>& out) {
         if (index >= out.capacity)
             return ErrorCode::BufferTooSmall;
         const unsigned size = out.blockSize ? out.blockSize : 1;
-        const unsigned axis = index / size;
-        if (axis >= out.axes)
-            return ErrorCode::BadResponse;
+        const unsigned lastAxis = out.axes ? out.axes - 1 : 0;
+        const unsigned axis = std::min(index / size, lastAxis);
         T v{};
         if (ErrorCode e = parseValue(rest, v, out.base); failed(e))
             return e;
         out.values[index] = v;
-        out.masks[axis] |= std::uint64_t(1) << ((index % size) % 64);
+        out.masks[axis] |= std::uint64_t(1) << ((index - axis * size) % 64);
         return ErrorCode::Success;
     });
 }

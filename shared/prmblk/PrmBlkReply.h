@@ -50,10 +50,11 @@ private:
 };
 
 // Decodes a fetch reply text into the output: all values in block order, or "index:value"
-// items that set bit (entry mod 64) of the addressed axis's mask. The index counts across the
-// addressed axes (axis ordinal x block size + entry); for one axis it is the entry itself.
-// Outputs not named keep their contents. BufferTooSmall past the capacity, BadResponse for a
-// malformed item.
+// items. Any index below the capacity is written to output index. The index counts across the
+// addressed axes: it belongs to axis index / block size, the last addressed axis taking every
+// index beyond, and sets bit (index - axis x block size) mod 64 of that axis's mask; for one
+// axis that is bit (index mod 64), at or above the block size too. Outputs not named keep their
+// contents. BufferTooSmall at or past the capacity, BadResponse for a malformed item.
 ErrorCode decodePrmBlkValues(std::string_view text, const PrmBlkOutput<double>& out);
 ErrorCode decodePrmBlkValues(std::string_view text, const PrmBlkOutput<std::uint64_t>& out);
 // Program-variable texts: in block order into the block's string values, or by index.

@@ -16,10 +16,6 @@ namespace Vaxo::Ubrix::Shared {
 
 namespace {
 
-// Firmware releases carry at most seven decimals; the binary form of 2.0273 and 3.0273 leaves
-// their fractions a few ulps apart, and those must still count as the same release.
-constexpr double s_fwFractionTolerance = 1e-9;
-
 // One row per processor range, tried in order; the first match wins.
 struct ProcessorRule {
     unsigned from, to;
@@ -63,15 +59,17 @@ std::uint32_t tmsWord(int exponent, bool negative, std::uint32_t fraction) {
 
 } // namespace
 
+// The fractions are compared exactly as the doubles hold them: every gate is written against
+// this comparison, so 4.0273 (whose fraction lies a few ulps above that of 2.0273) passes the
+// 2.0273 gate while 3.0273 (the same fraction bits) does not.
 int compareFwVer(double a, double b) {
     double intA = 0.0, intB = 0.0;
     const double fracA = std::modf(a, &intA);
     const double fracB = std::modf(b, &intB);
-    if (std::fabs(fracA - fracB) > s_fwFractionTolerance) {
-        if (fracB > fracA)
-            return -1;
+    if (fracB > fracA)
+        return -1;
+    if (fracA > fracB)
         return 1;
-    }
     return int(intB - intA);
 }
 

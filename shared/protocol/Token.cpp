@@ -180,6 +180,17 @@ ErrorCode Token::LoadTokenTable(std::string_view table) {
     return adoptBuiltinCodes();
 }
 
+ErrorCode replyStatus(double number, unsigned short& status) {
+    status = 0;
+    if (!std::isfinite(number))
+        return ErrorCode::BadResponse;
+    const double whole = std::trunc(number);
+    if (whole < 0.0 || whole > 65535.0)
+        return ErrorCode::BadResponse;
+    status = static_cast<unsigned short>(whole);
+    return controllerError(status);
+}
+
 ErrorCode Token::GetResponse(double* value, Port& port, unsigned timeout) {
     double v = 0.0;
     if (ErrorCode e = ReadNumber(v, port, timeout); failed(e))
@@ -189,21 +200,8 @@ ErrorCode Token::GetResponse(double* value, Port& port, unsigned timeout) {
     double s = 0.0;
     if (ErrorCode e = ReadNumber(s, port, timeout); failed(e))
         return e;
-    // Rounded to the nearest integer; a status out of the 32-bit range (a garbled reply) is
-    // clamped rather than converted, which would be undefined.
-    double rounded = std::floor(s + 0.5);
-    std::int32_t status;
-    if (std::isnan(rounded))
-        status = INT32_MIN;
-    else if (rounded >= 2147483647.0)
-        status = INT32_MAX;
-    else if (rounded <= -2147483648.0)
-        status = INT32_MIN;
-    else
-        status = std::int32_t(rounded);
-    if (status == 0)
-        return ErrorCode::Success;
-    return ErrorCode(std::uint64_t(ErrorCode::ControllerBit) | std::uint32_t(status));
+    unsigned short status = 0;
+    return replyStatus(s, status);
 }
 
 ErrorCode Token::logBadArgument(std::string_view text) const {

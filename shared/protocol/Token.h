@@ -23,6 +23,11 @@ namespace Vaxo::Ubrix::Shared {
 
 class Port;
 
+// The status number of a standard response: truncated toward zero to a 16-bit status; 0 is
+// success, any other status the controller error 0x400000000 | status. A number that is not
+// finite, or whose whole part lies outside 0..65535, cannot be a status: BadResponse.
+ErrorCode replyStatus(double number, unsigned short& status);
+
 class Token : public ControllerCapabilities {
 public:
     using TokenDef = Shared::TokenDef;
@@ -91,7 +96,7 @@ public:
     ControllerCapabilities& controllerCapabilities() { return *this; }
     const ControllerCapabilities& controllerCapabilities() const { return *this; }
 
-    // A value and a status; a non-zero status is the controller's error number.
+    // A value and a status, read as the connection's standard response is (replyStatus below).
     ErrorCode GetResponse(double* value, Port& port, unsigned timeout);
 
     void AddLogEvent(EventType type, std::uint64_t value, std::string_view text) const;

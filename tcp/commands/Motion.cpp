@@ -12,17 +12,20 @@ unsigned trimTrailing(const double* values, unsigned count, std::initializer_lis
     return count;
 }
 
-// Without an axis the modifier is left out as in the other forms: the command then goes to the
-// BASE axes instead of carrying AXIS ( -1 ), which the controller would refuse.
-ErrorCode CmdMotion::send_0(int axis) { return send_m(0, nullptr, axis); }
+// The argument-less form always names its axis, a negative one included.
+ErrorCode CmdMotion::send_0(int axis) { return sendEncoded(0, nullptr, axis, AxisPart::Always); }
 
 ErrorCode CmdMotion::send_1(double arg, int axis) { return send_m(1, &arg, axis); }
 
 ErrorCode CmdMotion::send_m(unsigned count, const double* args, int axis) {
+    return sendEncoded(count, args, axis, AxisPart::WhenGiven);
+}
+
+ErrorCode CmdMotion::sendEncoded(unsigned count, const double* args, int axis, AxisPart part) {
     if (count > 0 && !args)
         return ErrorCode::BadArgument;
     Shared::TokenBuffer160 b;
-    if (ErrorCode e = encode(b, count, args, axis); failed(e))
+    if (ErrorCode e = encode(b, count, args, axis, part); failed(e))
         return e;
     return m_connection.sendTokenbuffer(b);
 }

@@ -3,7 +3,8 @@
 // Almost every one is a CmdMotion: the command token, its numeric arguments in brackets, and,
 // when an axis is given (axis >= 0), MODIFIER AXIS ( axis ); without it the controller applies
 // the command to the axes selected with BASE. The three request forms:
-//   send_0(axis)              token MODIFIER AXIS ( axis ) ZERO
+//   send_0(axis)              token MODIFIER AXIS ( axis ) ZERO, whatever the axis (a negative
+//                             one too: the controller answers for it)
 //   send_1(arg, axis)         token ( arg ) [MODIFIER AXIS ( axis )] ZERO
 //   send_m(count, args, axis) token [( args[0] , args[1] ... )] [MODIFIER AXIS ( axis )] ZERO
 // All are sent escaped with the size check, and answered by the standard response.
@@ -27,13 +28,19 @@ public:
     ErrorCode send_1(double arg, int axis);
     ErrorCode send_m(unsigned count, const double* args, int axis);
 
-    // The request bytes of send_m, for callers that only encode.
+    // Whether the AXIS modifier is written for a negative axis too (send_0 always writes it).
+    enum class AxisPart : bool { WhenGiven, Always };
+
+    // The request bytes of send_m (or, with AxisPart::Always, of send_0), for callers that only
+    // encode.
     template <class Buffer>
-    ErrorCode encode(Buffer& b, unsigned count, const double* args, int axis);
+    ErrorCode encode(Buffer& b, unsigned count, const double* args, int axis, AxisPart part = AxisPart::WhenGiven);
 
     KnownTokens commandToken() const { return m_token; }
 
 private:
+    ErrorCode sendEncoded(unsigned count, const double* args, int axis, AxisPart part);
+
     KnownTokens m_token;
 };
 
@@ -173,7 +180,7 @@ using CmdSetMotion = CmdSetMotionT<KnownTokens::SET_MOTION, 5>;
 using CmdSetMotionSp = CmdSetMotionT<KnownTokens::SET_MOTIONSP, 9>;
 
 template <class Buffer>
-ErrorCode CmdMotion::encode(Buffer& b, unsigned count, const double* args, int axis) {
+ErrorCode CmdMotion::encode(Buffer& b, unsigned count, const double* args, int axis, AxisPart part) {
     Shared::Token& t = m_connection.token();
     if (ErrorCode e = t.appendToken(m_token, b); failed(e)) return e;
     if (count > 0) {
@@ -185,7 +192,7 @@ ErrorCode CmdMotion::encode(Buffer& b, unsigned count, const double* args, int a
         }
         if (ErrorCode e = t.appendToken(KnownTokens::CLOSEBRACKETS, b); failed(e)) return e;
     }
-    if (axis >= 0) {
+    if (axis >= 0 || part == AxisPart::Always) {
         if (ErrorCode e = t.appendToken(KnownTokens::MODIFIER, b); failed(e)) return e;
         if (ErrorCode e = t.appendToken(KnownTokens::AXIS, b); failed(e)) return e;
         if (ErrorCode e = t.appendToken(KnownTokens::OPENBRACKETS, b); failed(e)) return e;

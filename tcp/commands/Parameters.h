@@ -9,10 +9,14 @@
 
 namespace Vaxo::Ubrix::TCP {
 
-// sysvar(code) [ MODIFIER modifier ( index ) ] [ = value ] ZERO
+// sysvar(code) [ MODIFIER modifier ( index ) ] [ = value ] ZERO. An axis, process, slot or port
+// number is 0 to 0x7FFFFFFF: a negative one (an unsigned number above 0x7FFFFFFF on its way
+// here) is BadArgument, nothing sent.
 template <class Buffer>
 ErrorCode encodeParameter(Shared::Token& t, Buffer& b, unsigned short code, const KnownTokens* modifier, int index,
                           const double* value) {
+    if (modifier && index < 0)
+        return ErrorCode::BadArgument;
     if (ErrorCode e = t.appendToken_SystemVariable(b, code); failed(e))
         return e;
     if (modifier) {
@@ -106,12 +110,12 @@ using CmdSetSlotParam = CmdSetParamT<KnownTokens::SLOT>;
 using CmdGetPortParam = CmdGetParamT<KnownTokens::PORT>;
 using CmdSetPortParam = CmdSetParamT<KnownTokens::PORT>;
 
-// BASE ( axis 0 , axis 1 ... ) ZERO, answered by the standard response.
+// BASE ( axis 0 , axis 1 ... ) ZERO, answered by the standard response; no axes: BASE ZERO.
 class CmdSetAxisBase : public CmdArray {
 public:
     using CmdArray::CmdArray;
     ErrorCode send(const int* axes, unsigned count) {
-        if (count == 0 || !axes)
+        if (count > 0 && !axes)
             return ErrorCode::BadArgument;
         return CmdArray::send(KnownTokens::BASE, count, axes);
     }

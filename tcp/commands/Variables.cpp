@@ -192,16 +192,18 @@ ErrorCode CmdSetMultiValues::sendBlock(KnownTokens token, unsigned start, unsign
             m_connection.ReportFatal();
         return e;
     }
+    // Each value travels as in any request (NUMBER, its bytes, EOX), with nothing between them.
     for (unsigned offset = 0; offset < count; offset += perBlock) {
         const unsigned n = std::min(perBlock, count - offset);
         b.clear();
         for (unsigned k = 0; k < n; ++k)
-            if (ErrorCode e = t.StoreNumber(values[offset + k], b); failed(e))
+            if (ErrorCode e = t.appendValue(values[offset + k], b); failed(e))
                 return e;
         if (ErrorCode e = m_connection.sendTokenbuffer(b, Shared::SendPlain); failed(e))
             return e;
     }
-    m_replies = 1;
+    // The controller answers the data once it has all of it; an empty run has none to answer.
+    m_replies = count > 0 ? 1 : 0;
     return ErrorCode::Success;
 }
 

@@ -119,9 +119,10 @@ public:
 // Two ways to write many values:
 //  - chunks: token ( start , v0 , v1 ... ) ZERO, as many values per request as the remote
 //    buffer holds, each request answered by one standard response;
-//  - block transfer: header token ( first , last , 2 ) ZERO answered at once, then the values
-//    as raw numbers in blocks of 512 (type mod 1000 = 770) or 1024 bytes, neither escaped nor
-//    size-checked, answered once after the last block.
+//  - block transfer: header token ( first , last , 2 ) ZERO answered at once, then the values,
+//    each NUMBER, its bytes, EOX with no separators, block size / (number size + 2) values per
+//    block of 512 (type mod 1000 = 770) or 1024 bytes, neither escaped nor size-checked,
+//    answered once after the last block (an empty run: the header alone).
 class CmdSetMultiValues : public Command {
 public:
     using Command::Command;

@@ -191,15 +191,13 @@ ErrorCode Connection_TCP::GetResponse(double* value, unsigned short* status) {
     double s = 0;
     if (ErrorCode e = m_token.ReadNumber(s, m_port, timeout); failed(e))
         return e;
-    // A status is a whole number of 16 bits. Anything else is not a standard response at all:
-    // the bytes belong to some other reply (or to none), so the link is out of step and what
-    // follows cannot be trusted either.
-    if (!(std::isfinite(s) && s == std::floor(s) && std::fabs(s) <= 65535.0))
-        return ErrorCode::BadResponse;
-    const unsigned short st = static_cast<unsigned short>(static_cast<std::int32_t>(s));
+    // The status is truncated to 16 bits (2.9 is status 2); one that cannot be a status at all
+    // is BadResponse, which ends the link.
+    unsigned short st = 0;
+    const ErrorCode e = Shared::replyStatus(s, st);
     if (status)
         *status = st;
-    return Shared::controllerError(st);
+    return e;
 }
 
 ErrorCode Connection_TCP::forceACK(std::uint32_t id) {

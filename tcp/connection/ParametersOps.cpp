@@ -84,7 +84,7 @@ ErrorCode Connection_TCP::SetAxisBase(int axis) {
     return execute<CmdSetAxisBase>([&](CmdSetAxisBase& c) { return c.send(&axis, 1); });
 }
 ErrorCode Connection_TCP::SetMultiAxisBase(const int* axes, unsigned int count) {
-    if (!axes || count == 0)
+    if (!axes && count > 0)
         return refused(ErrorCode::BadArgument);
     return execute<CmdSetAxisBase>([&](CmdSetAxisBase& c) { return c.send(axes, count); });
 }

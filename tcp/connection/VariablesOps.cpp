@@ -19,7 +19,8 @@ ErrorCode Connection_TCP::SetTableValue(unsigned int index, double value) {
 
 
 namespace {
-// A run of count values from start must stay inside 32-bit indices; nothing to do for none.
+// A run of count values from start must stay inside 32-bit indices. An empty run still goes to
+// the controller, as the same request with a count of 0.
 ErrorCode checkRun(unsigned start, unsigned count, const void* values) {
     if (count == 0)
         return ErrorCode::Success;
@@ -30,22 +31,22 @@ ErrorCode checkRun(unsigned start, unsigned count, const void* values) {
 } // namespace
 
 ErrorCode Connection_TCP::GetMultiVrValues(unsigned int start, unsigned int count, double* values) {
-    if (ErrorCode e = checkRun(start, count, values); failed(e) || count == 0)
+    if (ErrorCode e = checkRun(start, count, values); failed(e))
         return refused(e);
     return execute<CmdGetMultiVR>([&](CmdGetMultiVR& c) { return c.send(start, count, values); });
 }
 ErrorCode Connection_TCP::GetMultiTableValues(unsigned int start, unsigned int count, double* values) {
-    if (ErrorCode e = checkRun(start, count, values); failed(e) || count == 0)
+    if (ErrorCode e = checkRun(start, count, values); failed(e))
         return refused(e);
     return execute<CmdGetMultiTABLE>([&](CmdGetMultiTABLE& c) { return c.send(start, count, values); });
 }
 ErrorCode Connection_TCP::SetMultiVrValues(unsigned int start, unsigned int count, const double* values) {
-    if (ErrorCode e = checkRun(start, count, values); failed(e) || count == 0)
+    if (ErrorCode e = checkRun(start, count, values); failed(e))
         return refused(e);
     return execute<CmdSetMultiVR>([&](CmdSetMultiVR& c) { return c.send(start, count, values); });
 }
 ErrorCode Connection_TCP::SetMultiTableValues(unsigned int start, unsigned int count, const double* values) {
-    if (ErrorCode e = checkRun(start, count, values); failed(e) || count == 0)
+    if (ErrorCode e = checkRun(start, count, values); failed(e))
         return refused(e);
     return execute<CmdSetMultiTABLE>([&](CmdSetMultiTABLE& c) { return c.send(start, count, values); });
 }

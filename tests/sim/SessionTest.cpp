@@ -184,17 +184,43 @@ TEST(SimSession, VrStringMultiValuesAndBlockTransfer) {
     Bytes want = o.ok(3);
     for (double v : {72.0, 105.0, 0.0}) putNumber(want, v, o.f);
     EXPECT_EQ(o.send(o.enc().tok("VRVALUES").tok("OPENBRACKETS").num(40).tok("COMMA").num(3).tok("COMMA").num(1).tok("CLOSEBRACKETS").zero()), want);
-    // block write of TABLE(7..9): header answered, then raw values (not escaped), answered again
-    EXPECT_EQ(o.send(o.enc().tok("TABLEVALUES").tok("OPENBRACKETS").num(7).tok("COMMA").num(9).tok("COMMA").num(2).tok("CLOSEBRACKETS").zero()), o.ok());
-    Bytes block;
-    for (double v : {1.0, 27.0, -4.0}) ieee(block, v);
-    EXPECT_TRUE(o.s.handle(Bytes(block.begin(), block.begin() + 10)).empty());
-    EXPECT_EQ(o.s.handle(Bytes(block.begin() + 10, block.end())), o.ok());
+    // block write of TABLE(7..9): header answered, then three values (NUMBER bytes EOX, not
+    // escaped, nothing between them), answered again once all have arrived
+    const Bytes header = o.enc().tok("TABLEVALUES").tok("OPENBRACKETS").num(7).tok("COMMA").num(9).tok("COMMA").num(2).tok("CLOSEBRACKETS").zero();
+    EXPECT_EQ(o.send(header), o.ok());
+    Enc values = o.enc();
+    for (double v : {1.0, 27.0, -4.0}) values.num(v);
+    const Bytes block = values.bytes();
+    EXPECT_TRUE(o.s.handle(Bytes(block.begin(), block.begin() + 12)).empty());
+    EXPECT_EQ(o.s.handle(Bytes(block.begin() + 12, block.end())), o.ok());
     EXPECT_EQ(o.c.tableMemory()[8], 27.0);
     const auto r = o.c.requests().back();
     EXPECT_EQ(r.kind, RequestKind::DataBlock);
     EXPECT_EQ(r.raw, block);
     EXPECT_EQ(r.str(), "1 27 -4");
+    EXPECT_EQ(r.status, 0);
+}
+
+// A block must hold values: bare numbers are refused (Number expected) and nothing is stored;
+// the controller reads requests again after it. An empty run is its header alone.
+TEST(SimSession, BlockTransferRefusesBareNumbersAndTakesAnEmptyRun) {
+    Opened o({.seed = 9});
+    const auto header = [&](double first, double last) {
+        return o.enc().tok("VRVALUES").tok("OPENBRACKETS").num(first).tok("COMMA").num(last).tok("COMMA").num(2).tok("CLOSEBRACKETS").zero();
+    };
+    o.c.vr()[20] = 5;
+    EXPECT_EQ(o.send(header(20, 21)), o.ok());
+    Bytes bare;
+    for (double v : {8.0, 9.0}) ieee(bare, v);
+    EXPECT_EQ(o.s.handle(bare), o.err(Status::NumberExpected));
+    EXPECT_EQ(o.c.vr()[20], 5);
+    EXPECT_EQ(o.c.requests().back().kind, RequestKind::DataBlock);
+    EXPECT_EQ(o.c.requests().back().status, Status::NumberExpected);
+    EXPECT_EQ(o.send(o.enc().tok("VR").tok("OPENBRACKETS").num(20).tok("CLOSEBRACKETS").zero()), o.ok(5));
+    // start - 1 as the last index: no values follow, and the next request is a request again
+    EXPECT_EQ(o.send(header(0, -1)), o.ok());
+    EXPECT_EQ(o.send(o.enc().tok("VR").tok("OPENBRACKETS").num(20).tok("CLOSEBRACKETS").zero()), o.ok(5));
+    EXPECT_EQ(o.send(header(30, 28)), o.err(Status::ParameterOutOfRange));
 }
 
 TEST(SimSession, FaultSwitches) {
@@ -253,4 +279,28 @@ TEST(SimSession, ProgramCommandsRefuseFormsTheLibraryNeverSends) {
         else
             EXPECT_EQ(reply, o.ok()) << r.what;
     }
+}
+
+// The controller's own limits: a request longer than its buffer (124 bytes, 200 from release
+// .0273 on as the firmware order puts it) is refused whatever it holds, and FORWARD and REVERSE
+// must name their axis.
+TEST(SimSession, LongRequestsAndForwardWithoutAxisAreRefused) {
+    struct Case { double fw; std::size_t limit; };
+    for (auto c : {Case{3.0273, 124}, Case{4.0273, 200}, Case{5.0273, 200}, Case{2.0272, 124}}) {
+        SCOPED_TRACE(c.fw);
+        Opened o({.seed = 3, .firmware = c.fw});
+        EXPECT_EQ(o.s.remoteBuffer(), c.limit);
+        const auto vrString = [&](std::size_t size) {
+            const Bytes head = o.enc().tok("VR").tok("OPENBRACKETS").num(0).tok("CLOSEBRACKETS").tok("ASSIGN").raw(0x01).text("").tok("EOX").zero();
+            return o.enc().tok("VR").tok("OPENBRACKETS").num(0).tok("CLOSEBRACKETS").tok("ASSIGN").raw(0x01)
+                .text(std::string(size - head.size(), 'x')).tok("EOX").zero();
+        };
+        EXPECT_EQ(o.send(vrString(c.limit)), o.ok());
+        EXPECT_EQ(o.send(vrString(c.limit + 1)), o.err(Status::CommandLineTooLong));
+    }
+    Opened o({.seed = 4});
+    EXPECT_EQ(o.send(o.enc().tok("FORWARD").zero()), o.err(Status::OperandExpected));
+    EXPECT_EQ(o.send(o.enc().tok("REVERSE").tok("MODIFIER").tok("AXIS").tok("OPENBRACKETS").num(1).tok("CLOSEBRACKETS").zero()), o.ok());
+    EXPECT_EQ(o.send(o.enc().tok("FORWARD").tok("MODIFIER").tok("AXIS").tok("OPENBRACKETS").num(-1).tok("CLOSEBRACKETS").zero()),
+              o.err(Status::ParameterOutOfRange));
 }

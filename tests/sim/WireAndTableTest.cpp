@@ -41,11 +41,19 @@ TEST(SimWire, ControllerClassesAndFirmwareOrder) {
     EXPECT_FALSE(isTms320Type(266));
     EXPECT_FALSE(isTms320Type(1266));
     EXPECT_FALSE(isTms320Type(1664));
-    EXPECT_EQ(compareFwVer(2.0273, 2.0273), 0);
-    EXPECT_EQ(compareFwVer(3.0273, 2.0273), -1);
-    EXPECT_EQ(compareFwVer(2.0300, 2.0273), 1);
-    EXPECT_LT(compareFwVer(2.0338, kSysVarBodgeFirmware), 0);
-    EXPECT_GE(compareFwVer(2.0340, kSysVarBodgeFirmware), 0);
+    // The release compares exactly as the double holds it: 4.0273 and 5.0273 lie just above the
+    // long-request release, 3.0273 on it, 1.0325 just below the block-write release.
+    const struct {
+        double a, b;
+        int expected;
+    } rows[] = {
+        {2.0273, 2.0273, 0},  {3.0273, 2.0273, -1}, {2.0300, 2.0273, 1},
+        {4.0273, kLongRequestFirmware, 1}, {5.0273, kLongRequestFirmware, 1},
+        {1.0325, kBlockWriteFirmware, -1}, {2.0326, kBlockWriteFirmware, 1}, {2.0325, kBlockWriteFirmware, 0},
+        {2.0338, kSysVarBodgeFirmware, -1}, {2.0340, kSysVarBodgeFirmware, 1},
+    };
+    for (const auto& r : rows)
+        EXPECT_EQ(compareFirmware(r.a, r.b), r.expected) << r.a << " vs " << r.b;
 }
 
 namespace {

@@ -66,8 +66,8 @@ TEST_F(Motion, RequestBytesOfEveryForm) {
     const std::vector<Case> cases = {
         {"FORWARD on axis 2", [](VaxoHandle h) { return vaxo_Forward(h, 2); },
          [](const Motion& m) { return m.req("FORWARD", {}, 2); }},
-        {"REVERSE on the BASE axes", [](VaxoHandle h) { return vaxo_Reverse(h, -1); },
-         [](const Motion& m) { return m.req("REVERSE", {}); }},
+        {"REVERSE on axis 0", [](VaxoHandle h) { return vaxo_Reverse(h, 0); },
+         [](const Motion& m) { return m.req("REVERSE", {}, 0); }},
         {"MOVE with axis -1 has no modifier", [](VaxoHandle h) { return vaxo_MoveRel(h, 10, -1); },
          [](const Motion& m) { return m.req("MOVE", {10}); }},
         {"MOVEABS on axis 3", [](VaxoHandle h) { return vaxo_MoveAbs(h, 5.5, 3); },
@@ -185,6 +185,15 @@ TEST_F(Motion, RefusalsAndControllerErrors) {
     double nine[9] = {};
     EXPECT_EQ(vaxo_MoveRelMulti(h, nine, 9, -1), kControllerError | 16);
     EXPECT_EQ(vaxo_Cancel(h, 7, 0), kControllerError | 19);
+    // FORWARD and REVERSE name a negative axis too, and the controller refuses it.
+    sim->clearRequests();
+    EXPECT_EQ(vaxo_Forward(h, -1), kControllerError | 19);
+    EXPECT_EQ(vaxo_Reverse(h, -3), kControllerError | 19);
+    const auto reqs = sim->requests();
+    ASSERT_EQ(reqs.size(), 2u);
+    const Bytes axisPart = cat(tok("MODIFIER"), tok("AXIS"), tok("OPENBRACKETS"));
+    EXPECT_EQ(reqs[0].bytes, cat(tok("FORWARD"), axisPart, num(-1), tok("CLOSEBRACKETS"), tok("ZERO"))) << reqs[0].str();
+    EXPECT_EQ(reqs[1].bytes, cat(tok("REVERSE"), axisPart, num(-3), tok("CLOSEBRACKETS"), tok("ZERO"))) << reqs[1].str();
     // Down links refuse at once.
     ASSERT_EQ(vaxo_CloseConnection(h), 0u);
     EXPECT_EQ(vaxo_Forward(h, 0), kDisconnected);

@@ -307,7 +307,13 @@ TEST_F(Parameters, AxisBase) {
     EXPECT_EQ(reqs[1].bytes, cat(tok("BASE"), tok("OPENBRACKETS"), num(5), tok("CLOSEBRACKETS"), tok("ZERO")));
     const auto base = sim->withState([](Vaxo::Sim::Controller& c) { return c.extension<Vaxo::Sim::MotionAxes>().base(); });
     EXPECT_EQ(base, (std::vector<uint32_t>{5}));
-    EXPECT_EQ(vaxo_SetMultiAxisBase(h, axes, 0), kBadArgument);
+    // No axes: BASE alone, which leaves the selection as it is.
+    EXPECT_EQ(vaxo_SetMultiAxisBase(h, axes, 0), 0u);
+    const auto empty = take();
+    ASSERT_EQ(empty.size(), 1u);
+    EXPECT_EQ(empty[0].bytes, cat(tok("BASE"), tok("ZERO")));
+    EXPECT_EQ(sim->withState([](Vaxo::Sim::Controller& c) { return c.extension<Vaxo::Sim::MotionAxes>().base(); }),
+              (std::vector<uint32_t>{5}));
     EXPECT_EQ(vaxo_SetAxisBase(h, 99) & 0x0400000000ull, 0x0400000000ull);
 }
 

@@ -48,6 +48,8 @@ TEST_F(Variables, MultiVrBlockWriteAndReadBack) {
                                  num(2), tok("CLOSEBRACKETS"), z()));
     ASSERT_EQ(reqs[1].kind, Vaxo::Sim::RequestKind::DataBlock);
     ASSERT_EQ(reqs[1].items.size(), 5u);
+    EXPECT_EQ(reqs[1].bytes, cat(num(values[0]), num(values[1]), num(values[2]), num(values[3]), num(values[4])))
+        << "each value as NUMBER, its bytes, EOX, nothing between";
     for (int k = 0; k < 5; ++k)
         EXPECT_EQ(sim->vr(10 + k), values[k]);
 
@@ -148,7 +150,7 @@ TEST_P(BlockSizes, ValuesPerBlock) {
     std::vector<unsigned> blocks(writes.sizes.begin() + 1, writes.sizes.end()); // after the header
     std::vector<unsigned> expected;
     for (unsigned left = 120; left; left -= std::min(left, c.perBlock))
-        expected.push_back(8 * std::min(left, c.perBlock));
+        expected.push_back(unsigned(num(0).size()) * std::min(left, c.perBlock)); // NUMBER, 8 bytes, EOX
     EXPECT_EQ(blocks, expected);
     for (std::size_t k = 0; k < values.size(); ++k)
         ASSERT_EQ(sim->table(unsigned(1000 + k)), values[k]) << k;

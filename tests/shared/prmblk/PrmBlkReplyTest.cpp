@@ -80,8 +80,13 @@ TEST(PrmBlkReply, DecodesAllAndChangedValues) {
         {"changed, no colon", "1:5,7", 1, 3, 3, true, ErrorCode::BadResponse, {-1, 5, -1}, {0b10}},
         {"changed, index not a number", "a:5", 1, 3, 3, true, ErrorCode::BadResponse, {-1, -1, -1}, {0}},
         {"changed, index past the capacity", "3:1", 1, 3, 3, true, ErrorCode::BufferTooSmall, {-1, -1, -1}, {0}},
-        {"changed, index past the axes", "4:1", 2, 2, 6, true, ErrorCode::BadResponse, {-1, -1, -1, -1, -1, -1},
-         {0, 0}},
+        // Below the capacity, an index at or past the block size is still written and marked.
+        {"changed, one axis, past the block", "5:1,3:2", 1, 3, 6, true, ErrorCode::Success, {-1, -1, -1, 2, -1, 1},
+         {0b101000}},
+        {"changed, one axis, bit of index mod 64", "66:7", 1, 3, 67, true, ErrorCode::Success,
+         [] { std::vector<double> v(67, -1); v[66] = 7; return v; }(), {0b100}},
+        {"changed, past the axes goes to the last", "4:1", 2, 2, 6, true, ErrorCode::Success,
+         {-1, -1, -1, -1, 1, -1}, {0, 0b100}},
     };
     for (const Case& c : cases) {
         std::vector<double> values(c.capacity, -1);

@@ -176,11 +176,30 @@ TEST(CompareFwVer, ReleaseFirstThenReversedIntegerPart) {
         int expected;
     } rows[] = {
         {2.0273, 2.0273, 0},  {3.0273, 2.0273, -1},     {2.0300, 2.0273, 1},   {2.0273, 2.0300, -1},
-        {1.0273, 99.0273, 98}, {99.0273, 1.0273, -98},  {99.0338, 99.0338001, -1}, {2.9, 3.1, 1},
+        {1.5, 99.5, 98}, {99.5, 1.5, -98}, {1.0273, 99.0273, 1}, {99.0273, 1.0273, -1},  {99.0338, 99.0338001, -1}, {2.9, 3.1, 1},
         {99.0338001, 99.0338001, 0},
     };
     for (const auto& r : rows)
         EXPECT_EQ(compareFwVer(r.a, r.b), r.expected) << r.a << " vs " << r.b;
+}
+
+// The fractions compare as the doubles hold them, with no tolerance: firmware numbers of the
+// same release but another integer part can lie a few ulps either side of the gate's fraction.
+TEST(CompareFwVer, EveryGateAgainstFirmwareOfTheSameReleaseComparesExactly) {
+    const struct {
+        double a, gate;
+        int expected;
+    } rows[] = {
+        {1.0273, 2.0273, 1},  {3.0273, 2.0273, -1}, {4.0273, 2.0273, 1},  {5.0273, 2.0273, 1},
+        {98.0273, 2.0273, -1}, {100.0273, 2.0273, -1},
+        {1.0325, 2.0325, -1}, {3.0325, 2.0325, -1}, {4.0325, 2.0325, -1}, {5.0325, 2.0325, -1},
+        {1.0331, 2.0331, -1}, {3.0331, 2.0331, -1}, {4.0331, 2.0331, -2}, {5.0331, 2.0331, -3},
+        {98.0331, 2.0331, 1},
+        {1.0335, 2.0335, 1},  {3.0335, 2.0335, -1}, {4.0335, 2.0335, -2}, {5.0335, 2.0335, -3},
+        {1.0338001, 99.0338001, 1}, {98.0338001, 99.0338001, 1}, {100.0338001, 99.0338001, -1},
+    };
+    for (const auto& r : rows)
+        EXPECT_EQ(compareFwVer(r.a, r.gate), r.expected) << r.a << " vs " << r.gate;
 }
 
 TEST_F(CapsFixture, VersionGates) {
@@ -194,6 +213,9 @@ TEST_F(CapsFixture, VersionGates) {
         {2.0272, 124, false, true, false},   {2.0273, 200, false, true, false},
         {3.0273, 124, false, true, false},   {2.0325, 200, false, true, false},
         {2.0326, 200, false, true, true},    {99.0338, 200, false, true, true},
+        {4.0273, 200, false, true, false},   {5.0273, 200, false, true, false},
+        {1.0273, 200, false, false, false},  {1.0325, 200, false, false, false},
+        {3.0325, 200, false, true, false},   {1.0338001, 200, true, false, true},
         {99.0338001, 200, true, true, true},
     };
     for (const auto& r : rows) {

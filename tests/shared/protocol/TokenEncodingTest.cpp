@@ -8,6 +8,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <cstring>
+#include <limits>
+
 using namespace wire_test;
 
 namespace {
@@ -289,29 +293,54 @@ TEST(TokenBuffers, MemBufferHoldsAndHandsOnText) {
     EXPECT_EQ(out, "zzz");
 }
 
-TEST(TokenResponse, ValueThenStatus) {
-    Events ev;
-    Token token(ev.callback);
-    ScriptPort port(ev.callback);
-    auto number = [](double v) {
-        unsigned char b[4];
-        ControllerCapabilities::Tms320Bytes(v, b);
-        return std::string(reinterpret_cast<char*>(b), 4);
-    };
+// The status is the second number truncated toward zero to 16 bits; what cannot be a status
+// is BadResponse. Both number formats, so that fractions survive the TMS320 rounding too.
+TEST(TokenResponse, ValueThenStatusTruncatedTo16Bits) {
+    const double inf = std::numeric_limits<double>::infinity();
     struct {
         double status;
         ErrorCode rc;
-    } const cases[] = {{0, ErrorCode::Success}, {19, ErrorCode(0x0400000013ull)}, {18.6, ErrorCode(0x0400000013ull)},
-                       {0.4, ErrorCode::Success}};
-    for (auto& c : cases) {
-        port.input = number(7.5) + number(c.status);
-        double value = 0;
-        EXPECT_EQ(token.GetResponse(&value, port, 10), c.rc) << c.status;
-        EXPECT_EQ(value, 7.5);
-        EXPECT_TRUE(port.input.empty());
+        bool tmsToo;  // representable in the 32-bit format
+    } const cases[] = {
+        {0, ErrorCode::Success, true},        {19, ErrorCode(0x0400000013ull), true},
+        {2.5, ErrorCode(0x0400000002ull), true}, {2.9, ErrorCode(0x0400000002ull), true},
+        {18.6, ErrorCode(0x0400000012ull), true}, {0.4, ErrorCode::Success, true},
+        {-0.5, ErrorCode::Success, true},     {65535.75, ErrorCode(0x040000FFFFull), true},
+        {65536, ErrorCode::BadResponse, true}, {-1, ErrorCode::BadResponse, true},
+        {1e12, ErrorCode::BadResponse, true},  {inf, ErrorCode::BadResponse, false},
+        {-inf, ErrorCode::BadResponse, false}, {std::nan(""), ErrorCode::BadResponse, false},
+    };
+    for (bool ieee : {false, true}) {
+        Events ev;
+        Token token(ev.callback);
+        if (ieee) {
+            ASSERT_TRUE(token.SetControllerType(504));
+        }
+        ScriptPort port(ev.callback);
+        auto number = [&](double v) {
+            if (!ieee) {
+                unsigned char b[4];
+                ControllerCapabilities::Tms320Bytes(v, b);
+                return std::string(reinterpret_cast<char*>(b), 4);
+            }
+            char b[8];
+            std::memcpy(b, &v, 8);
+            return std::string(b, 8);
+        };
+        for (auto& c : cases) {
+            if (!ieee && !c.tmsToo)
+                continue;
+            port.input = number(7.5) + number(c.status);
+            double value = 0;
+            EXPECT_EQ(token.GetResponse(&value, port, 10), c.rc) << c.status << (ieee ? " ieee" : " tms");
+            EXPECT_EQ(value, 7.5);
+            EXPECT_TRUE(port.input.empty());
+            unsigned short st = 1;
+            EXPECT_EQ(replyStatus(c.status, st), c.rc) << c.status;
+        }
+        port.input = number(1) + "\x01";
+        EXPECT_EQ(token.GetResponse(nullptr, port, 10), ErrorCode::Timeout);
     }
-    port.input = number(1) + "\x01";
-    EXPECT_EQ(token.GetResponse(nullptr, port, 10), ErrorCode::Timeout);
 }
 
 namespace {
