@@ -58,19 +58,35 @@ void appendEscapedData(std::string& out, const std::uint8_t* data, std::size_t s
     }
 }
 
-std::string control(std::string_view text, bool afterData = false) {
+// A control text: one STX opens it, ETX ends it. `twice` opens it with two STX, which a
+// client must take the same way.
+std::string control(std::string_view text, bool twice) {
     std::string s;
     s.push_back(STX);
-    if (!afterData)
+    if (twice)
         s.push_back(STX);
     s.append(text);
     s.push_back(ETX);
     return s;
 }
 
-std::string crcText(std::uint16_t crc) {
-    char buf[32];
-    std::snprintf(buf, sizeof buf, "CRC=%lx", static_cast<unsigned long>(crc));
+// The CRC text in the form the behaviour asks for; every form but Empty reads back as the
+// number with "%lx".
+std::string crcText(std::uint16_t crc, FileTransferServer::CrcForm form) {
+    using F = FileTransferServer::CrcForm;
+    const auto v = static_cast<unsigned long>(crc);
+    char buf[48];
+    switch (form) {
+    case F::Upper: std::snprintf(buf, sizeof buf, "CRC=%lX", v); break;
+    case F::Prefix0x: std::snprintf(buf, sizeof buf, "CRC=0x%lx", v); break;
+    case F::Prefix0X: std::snprintf(buf, sizeof buf, "CRC=0X%lX", v); break;
+    case F::Blanks: std::snprintf(buf, sizeof buf, "CRC= \t%lx", v); break;
+    case F::Plus: std::snprintf(buf, sizeof buf, "CRC=+%lx", v); break;
+    case F::Trailing: std::snprintf(buf, sizeof buf, "CRC=%lx;", v); break;
+    case F::Empty: std::snprintf(buf, sizeof buf, "CRC="); break;
+    case F::Lower:
+    default: std::snprintf(buf, sizeof buf, "CRC=%lx", v); break;
+    }
     return buf;
 }
 
@@ -375,6 +391,12 @@ void FileTransferServer::serve(Conn& c) {
     std::size_t inflateDone = 0;
     std::size_t crcDone = 0;
     bool leave = false;
+    // Reading paused once per upload (Behaviour::pauseReadingAfter): until when.
+    bool pauseDone = false;
+    bool paused = false;
+    Clock::time_point dataSince{};
+    Clock::time_point pausedUntil{};
+    auto text = [&](std::string_view t) { return control(t, b.doubleStx); };
 
     auto finish = [&](TransferRecord& r) {
         std::lock_guard lock(mutex_);
@@ -409,9 +431,9 @@ void FileTransferServer::serve(Conn& c) {
             return {};
         if (!data) {
             r.failure = "no such file";
-            return control("ABORT");
+            return text("ABORT");
         }
-        std::string out = control("FILE");
+        std::string out = text("FILE");
         if (b.closeAfter < data->size()) {
             appendEscapedData(out, data->data(), b.closeAfter);
             sendAll(c.fd, out);
@@ -421,12 +443,12 @@ void FileTransferServer::serve(Conn& c) {
         std::size_t limit = std::min(b.abortAfter, data->size());
         appendEscapedData(out, data->data(), limit);
         if (limit < data->size()) {
-            out += control(b.abortText, true);
+            out += text(b.abortText);
             r.failure = "aborted";
         } else {
             std::uint16_t crc = simCrc16Update(0, data->data(), data->size());
             r.crc = crc;
-            out += control(crcText(b.wrongCrc ? std::uint16_t(crc ^ 1) : crc), true);
+            out += text(crcText(b.wrongCrc ? std::uint16_t(crc ^ 1) : crc, b.crcForm));
             r.ok = true;
         }
         return out;
@@ -476,8 +498,8 @@ void FileTransferServer::serve(Conn& c) {
         if (abortSent || b.stall)
             return {};
         if (!r.failure.empty())
-            return control("ABORT");
-        return control(crcText(b.wrongCrc ? std::uint16_t(r.crc ^ 1) : r.crc));
+            return text("ABORT");
+        return text(crcText(b.wrongCrc ? std::uint16_t(r.crc ^ 1) : r.crc, b.crcForm));
     };
     auto finishAndAnswer = [&](TransferRecord& r, const std::string& answer) {
         finish(r);
@@ -505,8 +527,23 @@ void FileTransferServer::serve(Conn& c) {
             if (Clock::now() - xoffAt >= std::chrono::milliseconds(b.xoffMs)) {
                 countAtXon = count;
                 xonSent = true;
-                sendAll(c.fd, control("XON"));
+                sendAll(c.fd, text("XON"));
             }
+        }
+        if (!abortSent && b.abortAfterMs && (st == Data || st == DataEscape) &&
+            Clock::now() - dataSince >= std::chrono::milliseconds(b.abortAfterMs)) {
+            // Sent whether or not the data is being read: an abort on a congested link.
+            abortSent = true;
+            rec.failure = "aborted";
+            sendAll(c.fd, text(b.abortText));
+        }
+        if (paused) {
+            // Congested on purpose: nothing is read, so the client's writes fill the buffers.
+            if (Clock::now() < pausedUntil) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(5));
+                continue;
+            }
+            paused = false;
         }
         pollfd p{c.fd, POLLIN, 0};
         int r = ::poll(&p, 1, 5);
@@ -514,7 +551,12 @@ void FileTransferServer::serve(Conn& c) {
             break;
         if (r <= 0)
             continue;
-        ssize_t n = ::recv(c.fd, buf.data(), buf.size(), 0);
+        std::size_t want = buf.size();
+        if (b.slowReadMs && (st == Data || st == DataEscape)) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(b.slowReadMs));
+            want = 64 * 1024;
+        }
+        ssize_t n = ::recv(c.fd, buf.data(), want, 0);
         if (n <= 0)
             break;
         const auto* bytes = reinterpret_cast<const std::uint8_t*>(buf.data());
@@ -525,6 +567,10 @@ void FileTransferServer::serve(Conn& c) {
                 if (ch == SOH) {
                     header.clear();
                     st = Header;
+                } else {
+                    // Between transfers only a header may start: a second ETX, or data after
+                    // the end, is no part of any transfer.
+                    ++stray_;
                 }
                 break;
             case Header:
@@ -538,7 +584,7 @@ void FileTransferServer::serve(Conn& c) {
                     if (!parseHeader(header, rec)) {
                         rec.kind = 0;
                         rec.failure = "bad header";
-                        sendAll(c.fd, control("ABORT"));
+                        sendAll(c.fd, text("ABORT"));
                         finish(rec);
                         st = Idle;
                     } else if (rec.download) {
@@ -554,6 +600,8 @@ void FileTransferServer::serve(Conn& c) {
                             inflater.begin();
                         crcDone = 0;
                         abortSent = xoffSent = xonSent = false;
+                        pauseDone = false;
+                        dataSince = Clock::now();
                         st = Data;
                     }
                 } else if (header.size() > 300) {
@@ -574,6 +622,7 @@ void FileTransferServer::serve(Conn& c) {
                     rec.payload.push_back(std::uint8_t(v));
                     st = Data;
                 } else if (ch == ETX) {
+                    rec.endedByEtx = true;
                     std::string answer = endUpload(rec);
                     finishAndAnswer(rec, answer);
                     st = Idle;
@@ -603,17 +652,23 @@ void FileTransferServer::serve(Conn& c) {
                 if (!xoffSent && count >= b.xoffAfter) {
                     xoffSent = true;
                     xoffAt = Clock::now();
-                    sendAll(c.fd, control("XOFF"));
+                    sendAll(c.fd, text("XOFF"));
                 }
                 if (!abortSent && count >= b.abortAfter) {
                     abortSent = true;
                     rec.failure = "aborted";
-                    sendAll(c.fd, control(b.abortText));
+                    sendAll(c.fd, text(b.abortText));
                 }
-                if (count >= b.closeAfter)
+                if (count >= b.closeAfter) {
                     hangUp(rec, "closed");
-                else if (count >= b.stopReadingAfter)
+                } else if (count >= b.stopReadingAfter) {
                     stopReading(rec);
+                } else if (!pauseDone && count >= b.pauseReadingAfter) {
+                    // The rest of this read is handled; the next read waits out the pause.
+                    pauseDone = true;
+                    paused = true;
+                    pausedUntil = Clock::now() + std::chrono::milliseconds(b.pauseReadingMs);
+                }
                 break;
             }
         }

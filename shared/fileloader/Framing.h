@@ -18,9 +18,11 @@
 // compression and option 2 are both set) + (4: a download request, see below); storage is
 // '0' + the storage byte (option 3).
 //
-// A download sends the header of its destination with flag 4 and nothing else. The controller
-// answers STX STX "FILE" ETX, the escaped file data, then STX "CRC=<hex>" ETX; or STX STX
-// "ABORT" ETX when it cannot send the file.
+// A download sends the header of its destination with flag 4 and nothing else; the memory
+// card's header has no flags digit, so a card file cannot be asked for (NotSupported), nor can
+// a compressed upload to the card be announced. The controller answers STX "FILE" ETX, the
+// escaped file data, then STX "CRC=<hex>" ETX; or STX "ABORT" ETX when it cannot send the file.
+// (Each text may be opened by a second STX too.)
 #pragma once
 
 #include <cstddef>

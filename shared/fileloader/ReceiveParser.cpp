@@ -2,7 +2,8 @@
 #include "shared/fileloader/ReceiveParser.h"
 
 #include <array>
-#include <charconv>
+#include <cerrno>
+#include <cstdlib>
 #include <cstring>
 
 #include "shared/fileloader/Framing.h"
@@ -27,16 +28,17 @@ ErrorCode ReceiveParser::interpret(std::string_view text, ControlText& out) {
     // The texts are compared as C strings: a NUL inside ends the comparison there.
     const std::string s(text);
     const char* t = s.c_str();
-    if (iequals("CRC=", t)) {
+    if (std::strncmp(t, "CRC=", 4) == 0) {
+        // strtoul with base 16 is what "%lx" reads by.
         const char* first = t + 4;
-        const char* last = t + s.size();
-        unsigned long value = 0;
-        auto [end, ec] = std::from_chars(first, last, value, 16);
-        if (ec != std::errc() || end == first)
+        char* end = nullptr;
+        errno = 0;
+        const unsigned long value = std::strtoul(first, &end, 16);
+        if (end == first || errno == ERANGE)
             return ErrorCode::BadResponse;
         out.kind = Control::Crc;
         out.crc = value;
-    } else if (iequals("FILE", t)) {
+    } else if (std::strncmp(t, "FILE", 4) == 0) {
         out.kind = Control::File;
     } else if (iequals(t, "ABORT")) {
         out.kind = Control::Abort;
@@ -46,6 +48,13 @@ ErrorCode ReceiveParser::interpret(std::string_view text, ControlText& out) {
         out.kind = Control::Xoff;
     }
     return ErrorCode::Success;
+}
+
+void ReceiveParser::openText() noexcept {
+    // STX moves any state to 1, and in state 1 the same byte empties the text and moves on to
+    // 2: both steps at once.
+    m_control.clear();
+    m_state = 2;
 }
 
 ErrorCode ReceiveParser::flush(Sink& sink) {
@@ -75,14 +84,19 @@ ErrorCode ReceiveParser::feed(const char* bytes, std::size_t length, Sink& sink)
             }
             if (c == kESC) {
                 m_state = 4;
-            } else { // STX
-                m_control.clear();
-                m_state = 2;
+                ++i;
+                break;
             }
+            openText();
             ++i;
             break;
         }
         case 4: {
+            if (c == kSTX) {
+                openText();
+                ++i;
+                break;
+            }
             const int v = unescapeLetter(c);
             if (v < 0) {
                 rc = ErrorCode::BadResponse;
@@ -96,12 +110,7 @@ ErrorCode ReceiveParser::feed(const char* bytes, std::size_t length, Sink& sink)
         default:
             ++i;
             if (c == kSTX) {
-                if (m_state == 1) {
-                    m_control.clear();
-                    m_state = 2;
-                } else {
-                    m_state = 1;
-                }
+                openText();
             } else if (m_state == 2) {
                 if (c == kETX) {
                     // Data before the text is complete before the text is read.
@@ -117,9 +126,8 @@ ErrorCode ReceiveParser::feed(const char* bytes, std::size_t length, Sink& sink)
                 } else {
                     m_control.push_back(c);
                 }
-            } else {
-                m_state = 0;
             }
+            // Between texts anything but STX is ignored.
             break;
         }
     }

@@ -1,14 +1,18 @@
 // What the controller sends on the file-transfer link, taken apart byte by byte: its control
-// texts (STX STX text ETX) and, after "FILE", the escaped file data up to the STX of the closing
-// text. It never touches a socket; the loader's receive worker feeds it what it reads, and the
-// fuzz target feeds it anything.
+// texts (STX text ETX) and, after "FILE", the escaped file data up to the STX of the next text.
+// It never touches a socket; the loader's receive worker feeds it what it reads, and the fuzz
+// target feeds it anything.
 //
 // Receive states:
-//   0  between texts; STX moves to 1
-//   1  one STX seen; a second STX starts a text (state 2), any other byte returns to 0
-//   2  control text up to ETX; STX here moves back to 1
-//   3  file data: `\` starts an escape (state 4), STX starts a text, anything else is data
-//   4  the escape letter: `s` 0x02, `h` 0x01, `\` `\`, `e` 0x03; back to 3
+//   0  between texts; bytes other than STX are ignored
+//   1  STX seen: passed in the same step, since the STX itself empties the text and moves to 2
+//   2  control text up to ETX; after it back to 0, or to 3 after "FILE"
+//   3  file data: `\` starts an escape (state 4), anything else but STX is data
+//   4  the escape letter: `s` 0x02, `h` 0x01, `\` `\`, `e` 0x03; back to 3. Any other letter
+//      is BadResponse.
+// An STX in any state opens a new control text, so one STX opens a text and a second one right
+// after it only opens it again.
+#pragma once
 #pragma once
 
 #include <cstddef>
@@ -27,10 +31,12 @@ public:
 
     enum class Control { Crc, File, Abort, Xon, Xoff, Other };
 
-    // What a finished control text means. "CRC=" and "FILE" are case-insensitive prefixes of
-    // the text; "ABORT", "XON" and "XOFF" match when the text is a case-insensitive prefix of
-    // the keyword ("ab" aborts), as the controller has always been answered. A CRC text whose
-    // number does not parse gives BadResponse.
+    // What a finished control text means. A text beginning "CRC=" carries the controller's
+    // CRC, read as "%lx" reads it (leading blanks, a sign, a 0x or 0X prefix, digits of either
+    // case; what follows the digits is ignored); no number, or one beyond 64 bits, gives
+    // BadResponse. A text beginning "FILE" starts file data. "ABORT", "XON" and "XOFF" match when
+    // the text is a case-insensitive prefix of the keyword ("ab" aborts, and so does an empty
+    // text), as the controller has always been answered.
     struct ControlText {
         Control kind = Control::Other;
         std::uint64_t crc = 0;
@@ -61,6 +67,7 @@ public:
 
 private:
     ErrorCode flush(Sink& sink);
+    void openText() noexcept;
 
     int m_state = 0;
     std::string m_control;

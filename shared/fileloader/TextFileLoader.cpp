@@ -164,6 +164,8 @@ ErrorCode TextFileLoader::TransferFile(std::uint32_t direction, std::string_view
     }
     if (level < 0 || level > 9 || options.storage > 9 || local.empty())
         return ErrorCode::BadArgument;
+    if (cardCannotCarry(direction, kind, level))
+        return ErrorCode::NotSupported;
     relinkIfNeeded();
     if (!m_port.isOpened())
         return ErrorCode::Disconnected;
@@ -203,6 +205,7 @@ ErrorCode TextFileLoader::TransferFile(std::uint32_t direction, std::string_view
         m_xoff = false;
     }
     m_stopWrites.store(false);
+    m_owedLetter = 0;
     m_started = std::chrono::steady_clock::now();
     touch();
     progress(0, m_total, 0);
@@ -267,11 +270,23 @@ bool TextFileLoader::waitWritable(bool& timedOut) {
     return (m_state & (StateCancelled | StateAborted | StateError)) == 0;
 }
 
-ErrorCode TextFileLoader::writeLink(const char* data, std::size_t length) {
-    ErrorCode rc = m_port.Write(data, unsigned(length), m_timeout, &m_stopWrites);
-    touch();
-    return rc;
+ErrorCode TextFileLoader::writeLink(const char* data, std::size_t length, unsigned int* written) {
+    // Only what arrives from the controller restarts the receive timeout, never our own writes.
+    return m_port.Write(data, unsigned(length), m_timeout, &m_stopWrites, written);
 }
+
+namespace {
+
+// The escape letter still owed when a write of escaped data stopped after `sent` of its bytes
+// with an escape pair cut in two (0: it stopped between pairs).
+char owedLetter(const char* escaped, std::size_t sent) {
+    std::size_t i = 0;
+    while (i < sent)
+        i += escaped[i] == kESC ? 2 : 1;
+    return i == sent + 1 ? escaped[sent] : 0;
+}
+
+} // namespace
 
 ErrorCode TextFileLoader::writeData(const unsigned char* data, std::size_t length, bool& timedOut) {
     // The escaped form; gathered into one write, or one write per run and per escape pair.
@@ -281,7 +296,11 @@ ErrorCode TextFileLoader::writeData(const unsigned char* data, std::size_t lengt
         const std::size_t n = escapeInto(m_escaped.data(), data, length);
         if (!waitWritable(timedOut))
             return ErrorCode::Abort;
-        return writeLink(m_escaped.data(), n);
+        unsigned int sent = 0;
+        ErrorCode rc = writeLink(m_escaped.data(), n, &sent);
+        if (rc != ErrorCode::Success && sent < n)
+            m_owedLetter = owedLetter(m_escaped.data(), sent);
+        return rc;
     }
     std::size_t run = 0;
     auto flushRun = [&](std::size_t end) -> ErrorCode {
@@ -300,8 +319,12 @@ ErrorCode TextFileLoader::writeData(const unsigned char* data, std::size_t lengt
         if (!waitWritable(timedOut))
             return ErrorCode::Abort;
         const char pair[2] = {kESC, letter};
-        if (ErrorCode rc = writeLink(pair, 2); rc != ErrorCode::Success)
+        unsigned int sent = 0;
+        if (ErrorCode rc = writeLink(pair, 2, &sent); rc != ErrorCode::Success) {
+            if (sent == 1)
+                m_owedLetter = letter;
             return rc;
+        }
         run = i + 1;
     }
     return flushRun(length);
@@ -396,14 +419,20 @@ ErrorCode TextFileLoader::sendUpload() {
             break;
     }
 
-    // The end of the data, also after a stop: the controller must leave data mode.
+    // The end of the data, also after a cancel, an abort or a failed receive worker: the
+    // controller must leave data mode. A stop may have cut an escape pair in two; its letter
+    // goes first. This write is not stopped by the flags: on a congested link it waits for room
+    // up to the timeout.
     if (!failedOther && !writeTimedOut) {
-        const char etx = kETX;
-        if (ErrorCode rc = writeLink(&etx, 1); rc != ErrorCode::Success) {
-            // After a cancel or an abort, a link that takes nothing more is no failure of its own.
-            if (rc != ErrorCode::Abort)
-                log(EventType::Error, std::uint64_t(rc), "Port write error");
-            failedOther = rc != ErrorCode::Abort;
+        char tail[2];
+        std::size_t n = 0;
+        if (m_owedLetter)
+            tail[n++] = m_owedLetter;
+        tail[n++] = kETX;
+        m_owedLetter = 0;
+        if (ErrorCode rc = m_port.Write(tail, unsigned(n), m_timeout, nullptr); rc != ErrorCode::Success) {
+            log(EventType::Error, std::uint64_t(rc), "Port write error");
+            failedOther = true;
             timedOut = rc == ErrorCode::Timeout;
         }
     }
@@ -629,7 +658,7 @@ ErrorCode TextFileLoader::recvData() {
         // such as /dev/null is written to, never removed).
         if (!complete && regular)
             std::remove(m_local.c_str());
-        if (result == ErrorCode::Success && (state & StateCrcReceived) && !(state & (StateAborted | StateCancelled)))
+        if (complete)
             log(EventType::Information, 0,
                 format("Downloaded %s, (%lu bytes), Duration %lf sec", m_remote.c_str(),
                        (unsigned long)sink.received(), elapsedSeconds()));
@@ -640,6 +669,18 @@ ErrorCode TextFileLoader::recvData() {
             result = ErrorCode::Fail;
     }
     return result;
+}
+
+bool TextFileLoader::cardCannotCarry(std::uint32_t direction, int kind, int level) {
+    // The memory-card header has no flags digit: nothing in it asks for a file, and nothing
+    // says the data is compressed (the card would keep the raw deflate stream).
+    return kind == 1 && (direction == kDownload || level > 0);
+}
+
+bool TextFileLoader::Unsupported(std::uint32_t direction, std::string_view remote, int level) {
+    int kind = 0;
+    std::string bare;
+    return GetDestination(remote, kind, bare) == ErrorCode::Success && cardCannotCarry(direction, kind, level);
 }
 
 ErrorCode TextFileLoader::GetLocalFileCRC(std::string_view path, bool compressed, std::uint64_t& crc, int level) {

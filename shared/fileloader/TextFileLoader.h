@@ -76,11 +76,21 @@ public:
 
     // Runs one transfer to its end. mode 0: plain transfer, no handshake; non-zero: the
     // controller's CRC is awaited and checked (mode 3 sends 1024-byte chunks, others 32768).
-    // level 1..9 compresses an upload, 0 does not. timeout (ms) below 1 means 5000.
+    // level 1..9 compresses an upload, 0 does not. timeout (ms) below 1 means 5000; it bounds
+    // each wait: for room on the link, for XON, for the CRC, and for the next bytes from the
+    // controller (only what the controller sends restarts that one, so with a handshake the
+    // controller must be heard within it, also while data is still going out). A download
+    // always reads the controller's answer, whatever the mode. A failed or cancelled download
+    // removes its partial file.
     ErrorCode TransferFile(std::uint32_t direction, std::string_view remote, std::string_view local, FileType type,
                            std::uint32_t mode, int level, Options options, int timeout, ProgressFn progress);
     // Sets the cancelled flag; both workers stop at their next check.
     void Cancel();
+
+    // True for a transfer the link has no form for: a download from the memory card ("SD:"),
+    // or a compressed upload to it. TransferFile refuses these with NotSupported before any
+    // byte is sent; a caller can ask before it opens the link.
+    static bool Unsupported(std::uint32_t direction, std::string_view remote, int level);
 
     // The CRC an upload of the file would carry (of the deflated bytes, at `level`, when
     // compressed).
@@ -100,8 +110,10 @@ private:
     // Waits while XOFF is set and no flag is in the state word. false: stop sending.
     bool waitWritable(bool& timedOut);
     ErrorCode writeData(const unsigned char* data, std::size_t length, bool& timedOut);
-    // One write on the link, bounded by the timeout and stopped by m_stopWrites.
-    ErrorCode writeLink(const char* data, std::size_t length);
+    // One write on the link, bounded by the timeout and stopped by m_stopWrites; `written`
+    // (may be null) receives how many bytes went.
+    ErrorCode writeLink(const char* data, std::size_t length, unsigned int* written = nullptr);
+    static bool cardCannotCarry(std::uint32_t direction, int kind, int level);
     ErrorCode handleControl(std::string_view text, const ReceiveParser::ControlText& meaning);
     // After a failed transfer the link is closed (dropLink) and opened again, with the
     // parameters of the last OpenConnection, when the next transfer starts (relinkIfNeeded).
@@ -141,6 +153,7 @@ private:
     std::uint64_t m_total = 0;
     std::atomic<std::uint64_t> m_bytes{0};
     std::vector<char> m_escaped; // room for the sender's escaped chunk, kept between chunks
+    char m_owedLetter = 0;       // the second half of an escape pair a stopped write cut off
     // Set by Cancel, an abort from the controller or a failed receive worker: a write waiting
     // for room on the link gives up.
     std::atomic<bool> m_stopWrites{false};

@@ -55,9 +55,9 @@ ErrorCode Port_TCP::Write(const char* data, unsigned int length) {
 }
 
 ErrorCode Port_TCP::Write(const char* data, unsigned int length, unsigned int timeout,
-                          const std::atomic<bool>* stop) {
+                          const std::atomic<bool>* stop, unsigned int* written) {
     std::lock_guard lock(m_writeMutex);
-    ErrorCode rc = m_socket.WriteBounded(data, length, timeout, stop);
+    ErrorCode rc = m_socket.WriteBounded(data, length, timeout, stop, written);
     if (rc == ErrorCode::Success) {
         if (ISniffer* sniffer = m_writeSniffer.load())
             sniffer->sniff(data, length);

@@ -26,8 +26,10 @@ public:
 
     ErrorCode Close() override;
     ErrorCode Write(const char* data, unsigned int length) override;
-    // Write with a bounded wait for room on the link (Socket::WriteBounded).
-    ErrorCode Write(const char* data, unsigned int length, unsigned int timeout, const std::atomic<bool>* stop);
+    // Write with a bounded wait for room on the link (Socket::WriteBounded); `written` (may be
+    // null) receives the number of bytes sent, also when the write stops part-way.
+    ErrorCode Write(const char* data, unsigned int length, unsigned int timeout, const std::atomic<bool>* stop,
+                    unsigned int* written = nullptr);
     ErrorCode Read(char* buffer, unsigned int size, unsigned int timeout) override;
     ErrorCode UnRead(const char* data, unsigned int length) override;
     ErrorCode Read(char* buffer, unsigned int size, unsigned int& got, unsigned int timeout) override;

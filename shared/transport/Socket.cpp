@@ -232,10 +232,12 @@ ErrorCode Socket::Write(const char* data, unsigned int length, int flags) {
 }
 
 ErrorCode Socket::WriteBounded(const char* data, unsigned int length, unsigned int timeout,
-                               const std::atomic<bool>* stop) {
+                               const std::atomic<bool>* stop, unsigned int* written) {
     constexpr unsigned int kSlice = 50; // ms between looks at `stop`
     using Clock = std::chrono::steady_clock;
     std::size_t done = 0;
+    if (written)
+        *written = 0;
     auto lastProgress = Clock::now();
     auto stopped = [&] { return stop && stop->load(std::memory_order_acquire); };
     while (done < length) {
@@ -275,6 +277,8 @@ ErrorCode Socket::WriteBounded(const char* data, unsigned int length, unsigned i
         }
         if (sent > 0) {
             done += std::size_t(sent);
+            if (written)
+                *written = unsigned(done);
             lastProgress = Clock::now();
             continue;
         }

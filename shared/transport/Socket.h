@@ -36,10 +36,11 @@ public:
     // Writes the whole block without ever blocking for long: while the link takes no more
     // bytes it waits in slices of at most 50 ms, gives up with Timeout after `timeout` ms
     // without progress, and with Abort once `stop` (may be null) is set. The link stays open
-    // then, possibly with part of the block sent: the owner decides whether it can go on.
+    // then, possibly with part of the block sent: the owner decides whether it can go on, and
+    // `written` (may be null) tells it how many bytes went.
     // Failures of the link itself are reported and close it as in Write.
     ErrorCode WriteBounded(const char* data, unsigned int length, unsigned int timeout,
-                           const std::atomic<bool>* stop);
+                           const std::atomic<bool>* stop, unsigned int* written = nullptr);
     ErrorCode Read(char* buffer, unsigned int size, unsigned int& got, unsigned int timeout, int flags);
 
     bool isOpened() const { return m_descriptor.load(std::memory_order_acquire) != -1; }

@@ -58,6 +58,9 @@ ErrorCode Connection_TCP::UploadFile(std::string_view remote, std::string_view l
                     "Transferring encrypted items is not supported before MV f/w v2.0335");
         return ErrorCode::BadArgument;
     }
+    // Refused before the link opens: nothing reaches the controller.
+    if (TextFileLoader::Unsupported(TextFileLoader::kUpload, remote, level))
+        return ErrorCode::NotSupported;
     if (ErrorCode rc = openLoader(*this, loader, port); rc != ErrorCode::Success)
         return rc;
     TextFileLoader::Options options{option1, option2, option3};
@@ -72,6 +75,12 @@ ErrorCode Connection_TCP::DownloadFile(std::string_view remote, std::string_view
                                        const Shared::ProgressFn& progress) {
     if (type >= Shared::FileTypeCount)
         return refused(ErrorCode::BadArgument);
+    // A closed link is Disconnected first; then refused before the link opens.
+    double firmware = 0;
+    if (ErrorCode rc = GetFirmwareVersionNumber(firmware); rc != ErrorCode::Success)
+        return rc;
+    if (TextFileLoader::Unsupported(TextFileLoader::kDownload, remote, 0))
+        return ErrorCode::NotSupported;
     TextFileLoader loader(m_logger);
     if (ErrorCode rc = openLoader(*this, loader, port); rc != ErrorCode::Success)
         return rc;

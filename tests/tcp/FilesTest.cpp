@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <thread>
 
 #include <vaxo/IConnection.hpp>
 
@@ -125,6 +126,36 @@ TEST_F(FilesTest, EncryptedItemOnOldFirmwareIsRefusedBeforeAnyByte) {
     EXPECT_TRUE(logged("Transferring encrypted items is not supported before MV f/w v2.0335"));
     EXPECT_TRUE(files.transfers().empty());
     EXPECT_EQ(vaxo_UploadFile(h, "B.bin", local.c_str(), 8, 1, 0, 0, 0, 0, 3000, 0, nullptr, nullptr), 0u);
+}
+
+TEST_F(FilesTest, CardTransfersTheLinkCannotCarrySendNothing) {
+    openWithFiles();
+    fs::path local = writeBytes("card.bas", allBytes());
+    fs::path into = tempPath("card_back.bin");
+    // A download from the card, and a compressed upload to it, have no header to go with.
+    EXPECT_EQ(vaxo_DownloadFile(h, "SD:card.bas", into.c_str(), 0, 1, 3000, 0, nullptr, nullptr), 0x0100000002ull);
+    EXPECT_EQ(vaxo_UploadFile(h, "SD:card.bas", local.c_str(), 0, 1, 6, 0, 1, 0, 3000, 0, nullptr, nullptr),
+              0x0100000002ull);
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_TRUE(files.transfers().empty());
+    EXPECT_FALSE(fs::exists(into));
+    // A plain upload to the card goes as it is.
+    ASSERT_EQ(vaxo_UploadFile(h, "SD:card.bas", local.c_str(), 0, 1, 0, 0, 1, 0, 3000, 0, nullptr, nullptr), 0u);
+    EXPECT_EQ(files.file("SD:card.bas"), allBytes());
+    EXPECT_EQ(files.strayBytes(), 0u);
+}
+
+TEST_F(FilesTest, FailedDownloadLogsNoDownloadedLineAndLeavesNoFile) {
+    openWithFiles();
+    files.putFile("BAD.bin", allBytes());
+    Vaxo::Sim::FileTransferServer::Behaviour b;
+    b.wrongCrc = true;
+    files.setBehaviour(b);
+    fs::path into = tempPath("bad_back.bin");
+    EXPECT_EQ(vaxo_DownloadFile(h, "BAD.bin", into.c_str(), 8, 1, 3000, 0, nullptr, nullptr), 0x8100000001ull);
+    EXPECT_TRUE(logged("File transfer failed. CRC wrong"));
+    EXPECT_FALSE(logged("Downloaded "));
+    EXPECT_FALSE(fs::exists(into));
 }
 
 TEST_F(FilesTest, ArgumentsAndLinkState) {

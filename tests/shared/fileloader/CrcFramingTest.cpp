@@ -145,7 +145,7 @@ TEST(Framing, WordAtATimeEscapeMatchesTheByteRuleAndParsesBack) {
         ASSERT_EQ(out, escapeByByte(in)) << round;
 
         // Back through the receive state machine, the stream cut at a random place.
-        std::string wire = std::string("\x02\x02" "FILE\x03") + out + "\x02" "CRC=1\x03";
+        std::string wire = std::string("\x02" "FILE\x03") + out + "\x02" "CRC=1\x03";
         ReceiveParser parser;
         Collect sink;
         const std::size_t cut = rng() % (wire.size() + 1);
@@ -165,19 +165,36 @@ TEST(ReceiveParser, ControlTextsAndTheirErrors) {
     };
     using C = ReceiveParser::Control;
     const Row rows[] = {
+        // One STX opens a text; a second one right after it opens it again.
+        {"\x02" "CRC=fee8\x03", ErrorCode::Success, C::Crc, 0xFEE8},
         {"\x02\x02" "CRC=fee8\x03", ErrorCode::Success, C::Crc, 0xFEE8},
-        {"\x02\x02" "crc=1A\x03", ErrorCode::Success, C::Crc, 0x1A},
-        {"\x02\x02" "CRC=\x03", ErrorCode::BadResponse, C::Other, 0},
-        {"\x02\x02" "CRC=zz\x03", ErrorCode::BadResponse, C::Other, 0},
-        {"\x02\x02" "CRC=123456789abcdef0123\x03", ErrorCode::BadResponse, C::Other, 0},
-        {"\x02\x02" "ab\x03", ErrorCode::Success, C::Abort, 0},    // a prefix of ABORT
-        {"\x02\x02" "ABORTED\x03", ErrorCode::Success, C::Other, 0}, // longer than the keyword
-        {"\x02\x02" "xOn\x03", ErrorCode::Success, C::Xon, 0},
-        {"\x02\x02" "XOF\x03", ErrorCode::Success, C::Xoff, 0},
-        {"\x02\x02" "X\x03", ErrorCode::Success, C::Xon, 0}, // a prefix of both: XON wins
-        {"\x02" "x\x02\x02" "XOFF\x03", ErrorCode::Success, C::Xoff, 0}, // one STX alone is no text
-        {"\x02\x02" + std::string(300, 'a') + "\x03", ErrorCode::BufferTooSmall, C::Other, 0},
-        {"\x02\x02" "FILE\x03" "ab\\q", ErrorCode::BadResponse, C::File, 0},
+        {"junk\x02" "XON\x03", ErrorCode::Success, C::Xon, 0},          // bytes between texts are ignored
+        {"\x02" "x\x02" "XOFF\x03", ErrorCode::Success, C::Xoff, 0},     // an STX starts the text anew
+        {"\x02" "FILE\x03" "ab\\\x02" "XON\x03", ErrorCode::Success, C::Xon, 0}, // even after an escape
+        // The CRC number as "%lx" reads it.
+        {"\x02" "CRC=1A2B\x03", ErrorCode::Success, C::Crc, 0x1A2B},
+        {"\x02" "CRC=0x1a2b\x03", ErrorCode::Success, C::Crc, 0x1A2B},
+        {"\x02" "CRC=0X1A2B\x03", ErrorCode::Success, C::Crc, 0x1A2B},
+        {"\x02" "CRC= \t1A2B\x03", ErrorCode::Success, C::Crc, 0x1A2B},
+        {"\x02" "CRC=+ff\x03", ErrorCode::Success, C::Crc, 0xFF},
+        {"\x02" "CRC=ffz\x03", ErrorCode::Success, C::Crc, 0xFF},
+        {"\x02" "CRC=-1\x03", ErrorCode::Success, C::Crc, ~0ull},
+        {"\x02" "CRC=\x03", ErrorCode::BadResponse, C::Other, 0},
+        {"\x02" "CRC= \x03", ErrorCode::BadResponse, C::Other, 0},
+        {"\x02" "CRC=zz\x03", ErrorCode::BadResponse, C::Other, 0},
+        {"\x02" "CRC=123456789abcdef0123\x03", ErrorCode::BadResponse, C::Other, 0},
+        // "CRC=" and "FILE" begin the text as written.
+        {"\x02" "crc=1A\x03", ErrorCode::Success, C::Other, 0},
+        {"\x02" "file\x03" "x", ErrorCode::Success, C::Other, 0},
+        // ABORT, XON, XOFF: the text is a case-insensitive prefix of the keyword.
+        {"\x02" "ab\x03", ErrorCode::Success, C::Abort, 0},
+        {"\x02\x03", ErrorCode::Success, C::Abort, 0}, // the empty text is a prefix of ABORT
+        {"\x02" "ABORTED\x03", ErrorCode::Success, C::Other, 0}, // longer than the keyword
+        {"\x02" "xOn\x03", ErrorCode::Success, C::Xon, 0},
+        {"\x02" "XOF\x03", ErrorCode::Success, C::Xoff, 0},
+        {"\x02" "X\x03", ErrorCode::Success, C::Xon, 0}, // a prefix of both: XON wins
+        {"\x02" + std::string(300, 'a') + "\x03", ErrorCode::BufferTooSmall, C::Other, 0},
+        {"\x02" "FILE\x03" "ab\\q", ErrorCode::BadResponse, C::File, 0},
     };
     for (const auto& r : rows) {
         SCOPED_TRACE(r.wire);
