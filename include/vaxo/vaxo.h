@@ -95,7 +95,9 @@ VAXO_API void vaxo_GetErrorString(uint64_t code, VaxoTextCb cb, void* user);
 
 /* ---- Context --------------------------------------------------------------- */
 
-/** Creates a context. version must equal the library's own version record. */
+/** Creates a context. version must equal the library's own version record. Events reach cb one
+ *  at a time, in the order they were raised; one raised while another thread is inside cb for
+ *  this link is handed to cb by that thread once it returns. */
 VAXO_API ErrorCode vaxo_CreateContext(const VersionInfo* version, VaxoEventCb cb, void* user, VaxoHandle* out);
 /** Closes the connection if open, then frees the context. Called from inside one of this
  *  context's callbacks (or beside another call on it), it closes at once and frees the context
