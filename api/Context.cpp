@@ -51,14 +51,14 @@ VAXO_API ErrorCode vaxo_DestroyContext(VaxoHandle h) {
         return std::uint64_t(Err::ConnectionContext);
     IConnection* c = Api::connection(h);
     Err result = Err::Success;
-    if (c->IsConnected()) {
-        try {
-            result = c->CloseConnection();
-        } catch (...) {
-            result = Err::Api_Unknown;
-        }
+    try {
+        result = c->CloseConnection();
+    } catch (...) {
+        result = Err::Api_Unknown;
     }
-    c->DeleteMe();
+    // From inside a callback of this context (or beside another call on it) the object is
+    // deleted once that call has returned.
+    static_cast<Shared::ConnectionBase*>(c)->destroyWhenIdle();
     return std::uint64_t(result);
 }
 
@@ -86,7 +86,15 @@ VAXO_API ErrorCode vaxo_SetTcpHostName(VaxoHandle h, const char* host) {
 }
 
 VAXO_API ErrorCode vaxo_GetTcpHostName(VaxoHandle h, VaxoTextCb cb, void* user) {
-    return textTo(h, cb, user, [](IConnection& c, std::string_view& v) { return c.GetTcpHostName(v); });
+    return call(
+        h,
+        [&](IConnection& c) {
+            // Held until the callback returns, whatever another thread sets meanwhile.
+            const auto text = static_cast<Shared::ConnectionBase&>(c).tcpHostNameText();
+            cb(user, text->data(), std::uint32_t(text->size()));
+            return Err::Success;
+        },
+        required(cb));
 }
 
 VAXO_API ErrorCode vaxo_SetTcpPort(VaxoHandle h, uint16_t port) {

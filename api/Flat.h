@@ -8,6 +8,8 @@
 #include <vaxo/Types.hpp>
 #include <vaxo/vaxo.h>
 
+#include "shared/factory/ConnectionBase.h"
+
 namespace Vaxo::Ubrix::Api {
 
 using Err = Shared::ErrorCode;
@@ -26,7 +28,18 @@ inline std::uint64_t call(VaxoHandle h, Op&& op, const Required*... required) {
         return std::uint64_t(Err::ConnectionContext);
     if ((... || (required == nullptr)))
         return std::uint64_t(Err::BadArgument);
-    return std::uint64_t(op(*connection(h)));
+    auto& base = static_cast<Shared::ConnectionBase&>(*connection(h));
+    struct Use {
+        Shared::ConnectionBase& c;
+        explicit Use(Shared::ConnectionBase& b) : c(b) { c.enterFlat(); }
+        ~Use() { c.leaveFlat(); }
+    } use(base);
+    // Nothing the standard library throws (no memory, no thread) crosses into the host.
+    try {
+        return std::uint64_t(op(*connection(h)));
+    } catch (...) {
+        return std::uint64_t(Shared::currentExceptionCode());
+    }
 }
 
 // Function pointers are checked the same way.

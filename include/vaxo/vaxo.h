@@ -115,9 +115,13 @@ VAXO_API void vaxo_GetErrorString(uint64_t code, VaxoTextCb cb, void* user);
 
 /* ---- Context --------------------------------------------------------------- */
 
-/** Creates a context. version must equal the library's own version record. */
+/** Creates a context. version must equal the library's own version record. Events reach cb one
+ *  at a time, in the order they were raised; one raised while another thread is inside cb for
+ *  this link is handed to cb by that thread once it returns. */
 VAXO_API ErrorCode vaxo_CreateContext(const VersionInfo* version, VaxoEventCb cb, void* user, VaxoHandle* out);
-/** Closes the connection if open, then frees the context. */
+/** Closes the connection if open, then frees the context. Called from inside one of this
+ *  context's callbacks (or beside another call on it), it closes at once and frees the context
+ *  when that call has returned. */
 VAXO_API ErrorCode vaxo_DestroyContext(VaxoHandle h);
 VAXO_API bool vaxo_IsConnected(VaxoHandle h);
 /** 1 (TCP) for a valid handle, 0 for a null handle. */
@@ -144,8 +148,17 @@ VAXO_API ErrorCode vaxo_GetTcpCommandTimeout(VaxoHandle h, uint32_t* ms);
 
 /* ---- Connection ------------------------------------------------------------ */
 
-/** Opens the command link: TCP connect, token table, reader thread, controller type and firmware. */
+/** Opens the command link: TCP connect, token table, reader thread, controller type and firmware.
+ *  After the controller dropped the link, an open without a close first opens a new one; other
+ *  threads' commands get 0x0100000015 until it is done. No thread to be had (or no memory) is
+ *  returned as a system error (0x020000000B, 0x020000000C) with the link left closed.
+ *  Callbacks: on the reader thread (read sniffer, reply packets, events it raises) and inside a
+ *  write sniffer, an open or a command returns 0x0100000002; a close from any callback
+ *  completes (on the reader thread, the reader leaves once the callback has returned). */
 VAXO_API ErrorCode vaxo_OpenConnection(VaxoHandle h);
+/** A command whose reply was read in full keeps its result when a close races it; one still
+ *  waiting for its reply, or whose request could not be written because of the close, gets
+ *  0x0100000015. */
 VAXO_API ErrorCode vaxo_CloseConnection(VaxoHandle h);
 /** The firmware version read at open (no traffic). Project loads and uploads of encrypted types
  *  gate on this number; on a link that is not open they give Disconnected, no number is assumed. */

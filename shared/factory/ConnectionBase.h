@@ -3,9 +3,32 @@
 
 #include <vaxo/IConnection.hpp>
 
+#include <atomic>
+#include <cerrno>
+#include <memory>
+#include <new>
+#include <string>
+#include <system_error>
+#include <thread>
+
 #include "shared/factory/Factory.h"
 
 namespace Vaxo::Ubrix::Shared {
+
+// What the standard library can throw, as the code returned in its place: a system error
+// keeps its errno (no thread to be had is EAGAIN), no memory is ENOMEM, anything else is
+// unspecified. Called inside a catch block.
+inline ErrorCode currentExceptionCode() noexcept {
+    try {
+        throw;
+    } catch (const std::system_error& e) {
+        return e.code().value() ? systemError(e.code().value()) : ErrorCode::Api_Unknown;
+    } catch (const std::bad_alloc&) {
+        return systemError(ENOMEM);
+    } catch (...) {
+        return ErrorCode::Api_Unknown;
+    }
+}
 
 class ConnectionBase : public IConnection, public IEventLogger {
 public:
@@ -28,10 +51,46 @@ public:
     }
     const EventCallback& eventLogger() const override { return m_logger; }
 
+    // The host name setting as a text that stays alive while the caller holds it.
+    virtual std::shared_ptr<const std::string> tcpHostNameText() const = 0;
+    // True on a thread the connection owns (its reader thread), which cannot delete it.
+    virtual bool isOwnThread() const = 0;
+
+    // Flat calls in progress on this connection. A destroy while one runs (a host's callback
+    // destroying the context it was called for) is carried out when the last one leaves.
+    void enterFlat() noexcept { m_flatState.fetch_add(1, std::memory_order_acq_rel); }
+    void leaveFlat() noexcept {
+        if (m_flatState.fetch_sub(1, std::memory_order_acq_rel) == (kDoomed | 1))
+            finishDestroy();
+    }
+    // Marks the connection for deletion; deletes it at once when no flat call runs.
+    void destroyWhenIdle() noexcept {
+        if ((m_flatState.fetch_or(kDoomed, std::memory_order_acq_rel) & ~kDoomed) == 0)
+            finishDestroy();
+    }
+
 protected:
     ~ConnectionBase() override = default;
 
     EventCallback m_logger;
+
+private:
+    static constexpr std::uint64_t kDoomed = 1ull << 62;
+
+    void finishDestroy() noexcept {
+        if (!isOwnThread()) {
+            DeleteMe();
+            return;
+        }
+        // The reader thread cannot delete the connection that joins it: a thread of its own
+        // does, once the reader has left. Without a thread to be had, the object is left.
+        try {
+            std::thread([this] { DeleteMe(); }).detach();
+        } catch (...) {
+        }
+    }
+
+    std::atomic<std::uint64_t> m_flatState{0};
 };
 
 } // namespace Vaxo::Ubrix::Shared

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <functional>
 #include <memory>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -210,18 +211,27 @@ ErrorCode TextFileLoader::TransferFile(std::uint32_t direction, std::string_view
     touch();
     progress(0, m_total, 0);
 
-    // A download always needs the receive worker: the file comes back on it.
-    std::thread sender([this] { sendThreadFunc(); });
-    if (mode != 0 || download) {
-        std::thread receiver([this] { recvThreadFunc(); });
-        receiver.join();
+    // A download always needs the receive worker: the file comes back on it. Without a thread
+    // to be had, the transfer is cancelled and that is its result.
+    ErrorCode unstarted = ErrorCode::Success;
+    std::thread sender, receiver;
+    try {
+        sender = std::thread([this] { sendThreadFunc(); });
+        if (mode != 0 || download)
+            receiver = std::thread([this] { recvThreadFunc(); });
+    } catch (const std::system_error& e) {
+        unstarted = e.code().value() ? systemError(e.code().value()) : ErrorCode::Api_Unknown;
+        Cancel();
     }
-    sender.join();
+    if (receiver.joinable())
+        receiver.join();
+    if (sender.joinable())
+        sender.join();
     progress(m_bytes.load(), download ? m_bytes.load() : m_total, 2);
     m_progress = nullptr;
 
-    ErrorCode result;
-    {
+    ErrorCode result = unstarted;
+    if (result == ErrorCode::Success) {
         std::lock_guard lock(m_mutex);
         result = m_recvResult != ErrorCode::Success ? m_recvResult : m_sendResult;
     }

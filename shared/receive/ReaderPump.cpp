@@ -17,6 +17,7 @@ void ReaderPump::start() {
         return; // an open from inside a reply callback: the commands it needs are refused there
     if (m_pumpThread.joinable())
         m_pumpThread.join();
+    m_pumpThreadId.store(std::thread::id(), std::memory_order_release);
     while (isRunning()) // a stop on another thread is joining it
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     m_stopRequested.store(false, std::memory_order_release);
@@ -41,18 +42,31 @@ void ReaderPump::raiseStop() {
     m_idleCondition.notify_all();
 }
 
+ReaderPump::~ReaderPump() {
+    stop();
+    // Destroyed on its own thread (the owner deleted from a reply callback): nothing can join
+    // the worker any more, and it only has to return.
+    if (m_pumpThread.joinable())
+        m_pumpThread.detach();
+}
+
 void ReaderPump::stop() {
     std::thread joinable;
     {
         std::lock_guard life(m_lifecycleMutex);
         raiseStop();
-        if (isInPumpThread())
-            return; // raised from a reply on the pump thread: only the flag
+        // Raised from a reply on the pump thread, or by a sender under the send lock that the
+        // worker drains under: only the flag. The next start (or the destructor) joins.
+        if (isInPumpThread() || holdsSendLock())
+            return;
         if (m_pumpThread.joinable())
             joinable = std::move(m_pumpThread);
     }
-    if (joinable.joinable())
+    if (joinable.joinable()) {
         joinable.join();
+        // The joined thread's id may now be given to any new thread: it is no longer the pump's.
+        m_pumpThreadId.store(std::thread::id(), std::memory_order_release);
+    }
 }
 
 bool ReaderPump::waitQueueEmpty() {
@@ -82,8 +96,12 @@ void ReaderPump::worker() {
             return;
         }
         if (ICommand* cmd = m_commandQueue.Pop(kIdleTimeoutMs)) {
-            cmd->readReply();
-            cmd->setReady(m_abandon.load(std::memory_order_acquire) ? ErrorCode::Disconnected : ErrorCode::Success);
+            const ErrorCode read = cmd->readReply();
+            // A reply read in full keeps its result, whatever close came meanwhile; a reply the
+            // link failed under while the host was closing was never read: Disconnected.
+            const bool linkFailed = isFatal(read) || EnumBitOps::hasAll(read, ErrorCode::SystemBit);
+            cmd->setReady(linkFailed && m_abandon.load(std::memory_order_acquire) ? ErrorCode::Disconnected
+                                                                                  : ErrorCode::Success);
         }
         std::lock_guard lock(m_idleMutex);
         const bool idle = m_commandQueue.IsEmpty();

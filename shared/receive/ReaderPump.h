@@ -19,7 +19,7 @@ public:
     static constexpr int kIdleTimeoutMs = 10000;
 
     ReaderPump() = default;
-    ~ReaderPump() { stop(); }
+    ~ReaderPump();
     ReaderPump(const ReaderPump&) = delete;
     ReaderPump& operator=(const ReaderPump&) = delete;
 
@@ -39,7 +39,13 @@ public:
         raiseStop();
     }
     bool isRunning() const { return m_running.load(std::memory_order_acquire); }
+    // False on every thread once the worker has been joined: a joined thread's id may be
+    // handed to a thread the host starts afterwards.
     bool isInPumpThread() const { return m_pumpThreadId.load(std::memory_order_acquire) == std::this_thread::get_id(); }
+    // True on the thread that is sending under the send lock (a write sniffer or an event
+    // raised by a failed write runs there): it may neither queue a command nor wait for the
+    // worker, which drains under that lock.
+    bool holdsSendLock() const { return m_sendingThread.load(std::memory_order_acquire) == std::this_thread::get_id(); }
     // Waits until the worker has seen its queue empty: true. False as soon as a stop is raised,
     // for a caller that holds the send lock must then let go of it for the worker to drain.
     bool waitQueueEmpty();
@@ -57,7 +63,7 @@ public:
         if (m_stopRequested.load(std::memory_order_acquire) || !isRunning())
             return ErrorCode::Disconnected;
         m_currentCommandId.store(command.id(), std::memory_order_release);
-        const ErrorCode result = send();
+        const ErrorCode result = sendMarked(send);
         if (result == ErrorCode::Success) {
             // Under the idle lock: the worker looks at the queue and records it idle as one step
             // under it, and must not record idle between this store and the push. A block write
@@ -82,7 +88,7 @@ public:
             return result;
         std::unique_lock lock(m_sendMutex, std::try_to_lock);
         if (lock.owns_lock() && id == m_currentCommandId.load(std::memory_order_acquire))
-            result = step();
+            result = sendMarked(step);
         return result;
     }
 
@@ -90,9 +96,20 @@ public:
 
 private:
     void worker();
+    // Runs a send step with this thread marked as the sender (the send lock is held).
+    template <typename Step>
+    ErrorCode sendMarked(Step& step) {
+        struct Mark {
+            std::atomic<std::thread::id>& id;
+            explicit Mark(std::atomic<std::thread::id>& i) : id(i) { id.store(std::this_thread::get_id(), std::memory_order_release); }
+            ~Mark() { id.store(std::thread::id(), std::memory_order_release); }
+        } mark(m_sendingThread);
+        return step();
+    }
 
     std::thread m_pumpThread;
     std::atomic<std::thread::id> m_pumpThreadId{};
+    std::atomic<std::thread::id> m_sendingThread{};
     std::atomic<bool> m_stopRequested{false};
     std::atomic<bool> m_abandon{false};
     std::atomic<bool> m_queueIdle{true};

@@ -55,7 +55,8 @@ private:
     char m_buffer[kBufferSize];
     unsigned int m_position = 0;
     unsigned int m_count = 0;
-    std::mutex m_readMutex;
+    // Recursive: a read sniffer or an event raised inside a read may close the port.
+    std::recursive_mutex m_readMutex;
     std::mutex m_writeMutex;
 };
 

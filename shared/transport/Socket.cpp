@@ -88,9 +88,34 @@ Socket::Socket(const EventCallback& eventLogger) : m_eventLogger(eventLogger) {}
 
 Socket::~Socket() { Close(); }
 
-void Socket::AddLogEvent(EventType type, std::uint64_t value, std::string_view text) const {
-    if (m_eventLogger)
-        m_eventLogger(type, value, text);
+void Socket::queueEvent(EventType type, std::uint64_t value, std::string text) {
+    std::lock_guard lock(m_eventMutex);
+    m_events.push_back({type, value, std::move(text)});
+}
+
+void Socket::deliverEvents() {
+    std::unique_lock lock(m_eventMutex);
+    if (m_delivering)
+        return; // the thread handing them out takes this one too, in its turn
+    m_delivering = true;
+    while (!m_events.empty()) {
+        Event event = std::move(m_events.front());
+        m_events.pop_front();
+        lock.unlock();
+        try {
+            if (m_eventLogger)
+                m_eventLogger(event.type, event.value, event.text);
+        } catch (...) {
+            // A host's callback that throws loses its event, not the link.
+        }
+        lock.lock();
+    }
+    m_delivering = false;
+}
+
+void Socket::AddLogEvent(EventType type, std::uint64_t value, std::string_view text) {
+    queueEvent(type, value, std::string(text));
+    deliverEvents();
 }
 
 std::string Socket::hostName() const {
@@ -125,79 +150,115 @@ ErrorCode Socket::Open(std::string_view hostView, std::uint16_t port, unsigned i
         m_descriptor.store(fd, std::memory_order_release);
     }
 
-    if (!setNonBlocking(fd, true)) {
+    // Everything done to the descriptor is done holding the use lock shared: a Close on another
+    // thread then waits until we let go, and the number is never one that was handed on.
+    enum { Connected, Quiet, Failed, TimedOut, Gone } outcome = Connected;
+    int err = 0;
+    bool keepaliveFailed = false;
+    {
+        std::shared_lock lock(m_useMutex);
+        if (m_descriptor.load(std::memory_order_acquire) != fd) {
+            outcome = Gone;
+        } else if (!setNonBlocking(fd, true)) {
+            outcome = Quiet;
+        } else if (::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 &&
+                   (err = errno) != EINPROGRESS && err != EAGAIN) {
+            outcome = Failed;
+        } else {
+            if (err == EINPROGRESS || err == EAGAIN) {
+                const int r = waitReady(fd, POLLOUT, timeout);
+                if (r < 0)
+                    err = errno, outcome = Failed;
+                else if (r == 0)
+                    outcome = TimedOut;
+            }
+            if (outcome == Connected && !setNonBlocking(fd, false))
+                outcome = Quiet;
+            if (outcome == Connected && keepalive)
+                keepaliveFailed = !setTcpKeepalive(fd);
+        }
+    }
+    switch (outcome) {
+    case Connected:
+        break;
+    case Quiet: // the descriptor would not change mode: closed without a report
         Close();
         return ErrorCode::Success;
-    }
-
-    if (::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-        int err = errno;
-        if (err != EINPROGRESS && err != EAGAIN) {
-            ErrorCode code = systemError(err);
-            AddLogEvent(EventType::Error, code, "");
-            Close();
-            return code;
-        }
-        int r = waitReady(fd, POLLOUT, timeout);
-        if (r < 0) {
-            ErrorCode code = systemError(errno);
-            AddLogEvent(EventType::Error, code, "");
-            Close();
-            return code;
-        }
-        if (r == 0) {
-            AddLogEvent(EventType::Error, ErrorCode::Timeout, "Timeout connecting to the port");
-            Close();
-            return ErrorCode::Timeout;
-        }
-    }
-
-    if (!setNonBlocking(fd, false)) {
+    case Failed: {
+        ErrorCode code = systemError(err);
+        AddLogEvent(EventType::Error, code, "");
         Close();
-        return ErrorCode::Success;
+        return code;
     }
-
-    if (keepalive && !setTcpKeepalive(fd))
+    case TimedOut:
+        AddLogEvent(EventType::Error, ErrorCode::Timeout, "Timeout connecting to the port");
+        Close();
+        return ErrorCode::Timeout;
+    case Gone:
+        return ErrorCode::Abort;
+    }
+    if (keepaliveFailed)
         AddLogEvent(EventType::Warning, 0, "Failed to set keepalive option");
 
-    AddLogEvent(EventType::Information, 0, "Connected to " + host);
-    std::lock_guard lock(m_hostMutex);
-    m_hostName = std::move(host);
+    {
+        std::unique_lock lock(m_useMutex);
+        if (m_descriptor.load(std::memory_order_acquire) != fd)
+            return ErrorCode::Abort; // closed by another thread while connecting
+        {
+            std::lock_guard host_lock(m_hostMutex);
+            m_hostName = host;
+        }
+        queueEvent(EventType::Information, 0, "Connected to " + host);
+    }
+    deliverEvents();
     return ErrorCode::Success;
 }
 
 void Socket::Close() {
-    int fd = m_descriptor.load(std::memory_order_acquire);
-    if (fd == -1)
-        return;
-    // Wake any reader or writer blocked on the link before waiting for them to leave.
-    ::shutdown(fd, SHUT_RDWR);
+    {
+        // Wake any reader or writer blocked on the link before waiting for them to leave; the
+        // shared hold makes sure the descriptor shut down is still this socket's.
+        std::shared_lock lock(m_useMutex);
+        const int fd = m_descriptor.load(std::memory_order_acquire);
+        if (fd == -1)
+            return;
+        ::shutdown(fd, SHUT_RDWR);
+    }
     {
         std::unique_lock lock(m_useMutex);
-        fd = m_descriptor.exchange(-1, std::memory_order_acq_rel);
+        const int fd = m_descriptor.exchange(-1, std::memory_order_acq_rel);
         if (fd == -1)
             return; // another thread closed it meanwhile
         ::close(fd);
+        std::string host;
+        {
+            std::lock_guard hostLock(m_hostMutex);
+            host.swap(m_hostName);
+        }
+        if (!host.empty())
+            queueEvent(EventType::Information, 0, "Disconnected from " + host);
     }
-    std::string host;
-    {
-        std::lock_guard lock(m_hostMutex);
-        host.swap(m_hostName);
-    }
-    if (!host.empty())
-        AddLogEvent(EventType::Information, 0, "Disconnected from " + host);
+    deliverEvents();
 }
 
 void Socket::SetNoDelay(bool on) {
-    std::shared_lock lock(m_useMutex);
     int value = on ? 1 : 0;
-    if (::setsockopt(m_descriptor.load(), IPPROTO_TCP, TCP_NODELAY, &value, sizeof value) != 0)
+    bool ok;
+    {
+        std::shared_lock lock(m_useMutex);
+        ok = ::setsockopt(m_descriptor.load(), IPPROTO_TCP, TCP_NODELAY, &value, sizeof value) == 0;
+    }
+    if (!ok)
         AddLogEvent(EventType::Warning, 0, "Failed to set no-delay option");
 }
 
 void Socket::SetSendBufferSize(int size) {
-    std::shared_lock lock(m_useMutex);
-    if (::setsockopt(m_descriptor.load(), SOL_SOCKET, SO_SNDBUF, &size, sizeof size) != 0)
+    bool ok;
+    {
+        std::shared_lock lock(m_useMutex);
+        ok = ::setsockopt(m_descriptor.load(), SOL_SOCKET, SO_SNDBUF, &size, sizeof size) == 0;
+    }
+    if (!ok)
         AddLogEvent(EventType::Warning, 0, "Failed to set send buffer size");
 }
 

@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <deque>
 #include <mutex>
 #include <shared_mutex>
 #include <string>
@@ -45,12 +46,26 @@ public:
 
     bool isOpened() const { return m_descriptor.load(std::memory_order_acquire) != -1; }
     std::string hostName() const;
-    void AddLogEvent(EventType type, std::uint64_t value, std::string_view text) const;
-    void AddLogEvent(EventType type, ErrorCode code, std::string_view text) const {
+    // Events reach the owner's callback in the order they were raised, never from under one of
+    // the socket's locks, and never nested: an event raised while this socket's callback runs
+    // (on any thread) is handed out by the thread already handing them out, once the callback
+    // has returned.
+    void AddLogEvent(EventType type, std::uint64_t value, std::string_view text);
+    void AddLogEvent(EventType type, ErrorCode code, std::string_view text) {
         AddLogEvent(type, std::uint64_t(code), text);
     }
 
 private:
+    struct Event {
+        EventType type;
+        std::uint64_t value;
+        std::string text;
+    };
+    // Appends an event in the order of the state changes (called under m_useMutex for the
+    // "Connected to " and "Disconnected from " events); deliverEvents hands them out.
+    void queueEvent(EventType type, std::uint64_t value, std::string text);
+    void deliverEvents();
+
     // Reports errno as a system error with its description, closes, returns the code.
     ErrorCode failWithErrno(int err);
 
@@ -58,11 +73,15 @@ private:
     std::atomic<int> m_descriptor{-1};
     // Reads and writes run at the same time on their own threads and hold this shared while
     // they are inside a system call; Close takes it exclusively so that the descriptor is never
-    // released (and possibly reused) under a running call. Close shuts the link down first, so a
-    // blocked reader or writer returns at once.
+    // released (and possibly reused) under a running call. Close shuts the link down first
+    // (holding it shared, so that the descriptor is still this socket's), so a blocked reader or
+    // writer returns at once.
     mutable std::shared_mutex m_useMutex;
     mutable std::mutex m_hostMutex;
     std::string m_hostName;
+    std::mutex m_eventMutex;
+    std::deque<Event> m_events;
+    bool m_delivering = false;
 };
 
 } // namespace Vaxo::Ubrix::Shared

@@ -94,18 +94,34 @@ ErrorCode Connection_TCP::GetFirmwareVersionNumber(double& version) {
 }
 
 ErrorCode Connection_TCP::OpenConnection() {
+    // On the pump thread the open would wait for the pump itself; under the send lock for the
+    // worker that drains under it.
+    if (m_pump.isInPumpThread() || m_pump.holdsSendLock())
+        return ErrorCode::NotSupported;
     std::lock_guard lock(m_connectionMutex);
     if (IsConnected())
         return ErrorCode::Success;
-    ErrorCode result = m_port.isOpened() ? ErrorCode::Reopen : openSequence();
+    ErrorCode result = ErrorCode::Success;
+    try {
+        // A link the controller dropped leaves the connected flag set and the pump of the old
+        // link behind. The flag goes first, so that no other thread sends on the new link
+        // before its open sequence is done; the old pump finishes what it still holds with
+        // Disconnected.
+        m_connected.store(false, std::memory_order_release);
+        if (m_port.isOpened()) {
+            result = ErrorCode::Reopen;
+        } else {
+            m_pump.stop();
+            result = openSequence();
+        }
+    } catch (...) {
+        result = Shared::currentExceptionCode();
+    }
     if (failed(result)) {
         CloseConnection();
         return result;
     }
     m_connected.store(true, std::memory_order_release);
-    std::string text = "Connected to ";
-    text += m_port.hostName();
-    AddLogEvent(EventType::Information, 0, text);
     return ErrorCode::Success;
 }
 
@@ -116,7 +132,7 @@ ErrorCode Connection_TCP::openSequence() {
     std::string host;
     {
         std::lock_guard lock(m_settingsMutex);
-        host = m_hostName.empty() ? std::string(tcp_default_hostname) : m_hostName;
+        host = m_hostName->empty() ? std::string(tcp_default_hostname) : *m_hostName;
     }
     const unsigned short port = m_tcpPort.load() ? m_tcpPort.load() : kDefaultPort;
     if (ErrorCode e = m_port.Open(host, port, m_connectTimeout.load(), true); failed(e))
@@ -157,20 +173,27 @@ ErrorCode Connection_TCP::openSequence() {
 }
 
 ErrorCode Connection_TCP::CloseConnection() {
-    std::lock_guard lock(m_connectionMutex);
-    const bool wasConnected = m_connected.exchange(false, std::memory_order_acq_rel);
+    std::unique_lock lock(m_connectionMutex, std::defer_lock);
+    if (m_pump.isInPumpThread() || m_pump.holdsSendLock()) {
+        // From a callback on the pump thread or under the send lock. If an open or close on
+        // another thread holds the connection lock, it may be waiting for this thread: take
+        // the link down without the lock; the pump leaves once this callback has returned.
+        if (!lock.try_lock()) {
+            m_connected.store(false, std::memory_order_release);
+            m_pump.requestStop();
+            return m_port.Close();
+        }
+    } else {
+        lock.lock();
+    }
+    m_connected.store(false, std::memory_order_release);
     m_firmwareVersion.store(0.0);
     m_firmwareWhole = m_firmwareFraction = 0.0;
-    const std::string host = m_port.hostName();
     if (m_pump.isRunning())
         m_pump.requestStop();
+    // The socket reports "Disconnected from " itself, once per link.
     const ErrorCode result = m_port.Close();
     m_pump.stop();
-    if (wasConnected) {
-        std::string text = "Disconnected from ";
-        text += host;
-        AddLogEvent(EventType::Information, 0, text);
-    }
     return result;
 }
 
@@ -212,14 +235,20 @@ ErrorCode Connection_TCP::forceACK(std::uint32_t id) {
 // ---- settings ----
 
 ErrorCode Connection_TCP::SetTcpHostName(std::string_view host) {
+    auto text = std::make_shared<const std::string>(host);
     std::lock_guard lock(m_settingsMutex);
-    m_hostName.assign(host);
+    m_retiredHostName = std::move(m_hostName);
+    m_hostName = std::move(text);
     return ErrorCode::Success;
 }
 ErrorCode Connection_TCP::GetTcpHostName(std::string_view& host) {
     std::lock_guard lock(m_settingsMutex);
-    host = m_hostName;
+    host = *m_hostName;
     return ErrorCode::Success;
+}
+std::shared_ptr<const std::string> Connection_TCP::tcpHostNameText() const {
+    std::lock_guard lock(m_settingsMutex);
+    return m_hostName;
 }
 ErrorCode Connection_TCP::SetTcpPort(unsigned short port) {
     m_tcpPort.store(port);

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <atomic>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -57,7 +58,10 @@ public:
     void setWriteSniffer(Shared::ISniffer* sniffer) override { m_port.setWriteSniffer(sniffer); }
     void setReadSniffer(Shared::ISniffer* sniffer) override { m_port.setReadSniffer(sniffer); }
     ErrorCode SetTcpHostName(std::string_view host) override;
+    // The view stays valid until the next SetTcpHostName on this connection.
     ErrorCode GetTcpHostName(std::string_view& host) override;
+    std::shared_ptr<const std::string> tcpHostNameText() const override;
+    bool isOwnThread() const override { return m_pump.isInPumpThread(); }
     ErrorCode SetTcpPort(unsigned short port) override;
     ErrorCode GetTcpPort(unsigned short& port) override;
     ErrorCode SetTcpCommandTimeout(unsigned int ms) override;
@@ -160,7 +164,7 @@ public:
     ErrorCode commandGate() const {
         if (!IsConnected() && !isOpeningThread())
             return ErrorCode::Disconnected;
-        if (m_pump.isInPumpThread())
+        if (m_pump.isInPumpThread() || m_pump.holdsSendLock())
             return ErrorCode::NotSupported;
         return ErrorCode::Success;
     }
@@ -176,19 +180,27 @@ public:
     ErrorCode execute(Send&& send, CtorArgs&&... ctorArgs) {
         if (ErrorCode e = commandGate(); e != ErrorCode::Success)
             return e;
-        Cmd command(*this, std::forward<CtorArgs>(ctorArgs)...);
-        ErrorCode result = m_pump.queueCommand(command, [&] {
-            // Again under the send lock: a thread that passed the check above just before a close
-            // must not send on the link opened next while its open sequence is still talking.
-            if (!IsConnected() && !isOpeningThread())
-                return ErrorCode::Disconnected;
-            return send(command);
-        });
-        if (result == ErrorCode::Success) {
-            command.waitReady();
-            result = command.getError();
+        try {
+            Cmd command(*this, std::forward<CtorArgs>(ctorArgs)...);
+            ErrorCode result = m_pump.queueCommand(command, [&] {
+                // Again under the send lock: a thread that passed the check above just before a
+                // close must not send on the link opened next while its open sequence is still
+                // talking.
+                if (!IsConnected() && !isOpeningThread())
+                    return ErrorCode::Disconnected;
+                return send(command);
+            });
+            if (result == ErrorCode::Success) {
+                command.waitReady();
+                result = command.getError();
+            }
+            return result;
+        } catch (...) {
+            // Out of memory (or threads) half way: the request may be on the wire without its
+            // command in the queue, so the link cannot be trusted to be in step any more.
+            ReportFatal();
+            return Shared::currentExceptionCode();
         }
-        return result;
     }
 
 private:
@@ -204,8 +216,10 @@ private:
     Shared::Token m_token;
     Shared::ReaderPump m_pump;
     std::atomic<unsigned short> m_tcpPort{0};
-    std::string m_hostName;
-    std::mutex m_settingsMutex; // host name
+    // Replaced whole by a set, so that a text handed out stays alive while it is held.
+    std::shared_ptr<const std::string> m_hostName = std::make_shared<const std::string>();
+    mutable std::mutex m_settingsMutex; // host name
+    std::shared_ptr<const std::string> m_retiredHostName; // the one a class-interface view may still show
     std::recursive_mutex m_connectionMutex;
     Shared::ObjectPool<std::mutex> m_syncPool{8};
     std::atomic<double> m_firmwareVersion{0.0};
