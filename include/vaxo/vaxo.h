@@ -113,6 +113,9 @@ VAXO_API ErrorCode vaxo_SetTcpPort(VaxoHandle h, uint16_t port);
 VAXO_API ErrorCode vaxo_GetTcpPort(VaxoHandle h, uint16_t* port);
 VAXO_API ErrorCode vaxo_SetTcpConnectTimeout(VaxoHandle h, uint32_t ms);
 VAXO_API ErrorCode vaxo_GetTcpConnectTimeout(VaxoHandle h, uint32_t* ms);
+/** The longest silence of the controller a reply (or the token table at open) may have; 0 waits
+ *  without limit. Like every setting here, it takes effect at the next open: an open link keeps
+ *  the timeout it was opened with. A token table over 1 MiB is refused with TokenTable. */
 VAXO_API ErrorCode vaxo_SetTcpCommandTimeout(VaxoHandle h, uint32_t ms);
 VAXO_API ErrorCode vaxo_GetTcpCommandTimeout(VaxoHandle h, uint32_t* ms);
 

@@ -193,6 +193,52 @@ TEST_F(PortTcpTest, IdleReadPollsWithZeroTimeoutAndTimesOutOtherwise) {
     EXPECT_TRUE(port.isOpened()); // a timeout is not a failure of the link
 }
 
+// An exact read with a zero timeout is not a poll: it waits, asleep, until its bytes are there.
+TEST_F(PortTcpTest, ExactReadWithZeroTimeoutWaitsWithoutLimit) {
+    std::thread writer([&] {
+        std::this_thread::sleep_for(150ms);
+        peer.send("late");
+    });
+    char buf[4];
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(port.Read(buf, 4, 0u), ErrorCode::Success);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 100ms);
+    writer.join();
+    EXPECT_EQ(std::string(buf, 4), "late");
+}
+
+// Single-byte exact reads of a block that arrived at once: one socket read fills the
+// read-ahead buffer and the rest are served from it, so the sniffer is called once for the
+// whole block, and later arrivals are sniffed once each, in order.
+TEST_F(PortTcpTest, SingleByteReadsAreServedFromTheReadAheadBuffer) {
+    struct CountingSniffer : RecordingSniffer {
+        int calls = 0;
+        void sniff(const char* data, unsigned int length) override {
+            ++calls;
+            RecordingSniffer::sniff(data, length);
+        }
+    } sniffer;
+    port.setReadSniffer(&sniffer);
+    std::string block;
+    for (int i = 0; i < 300; ++i)
+        block += char('a' + i % 26);
+    peer.send(block);
+    std::this_thread::sleep_for(30ms); // the whole block is there before the first read
+    std::string got;
+    for (std::size_t i = 0; i < block.size(); ++i) {
+        char c;
+        ASSERT_EQ(port.Read(&c, 1, 1000u), ErrorCode::Success);
+        got += c;
+    }
+    EXPECT_EQ(got, block);
+    EXPECT_EQ(sniffer.calls, 1);
+    peer.send("xy");
+    char two[2];
+    ASSERT_EQ(port.Read(two, 2, 1000u), ErrorCode::Success);
+    EXPECT_EQ(sniffer.seen, block + "xy");
+    port.setReadSniffer(nullptr);
+}
+
 TEST_F(PortTcpTest, UnReadBeyondTheBufferIsRefused) {
     std::string block(4096, 'x');
     peer.send(block);
