@@ -7,6 +7,7 @@
 //  - vaxo_GetVrValue from 1 to 16 host threads on one connection, the engine-shaped client with
 //    as many callers, and a raw client keeping as many requests in flight from one thread.
 //  - the simulated controller's own cost per request (decode and answer, no socket).
+//  - text replies of 210 bytes: replies per second and socket reads per reply.
 #include "bench/BenchWorld.h"
 
 #include <atomic>
@@ -36,6 +37,39 @@ void BM_Library_GetVrValue(benchmark::State& state) {
         lat.add(t0);
     }
     lat.report(state);
+}
+
+// Text replies: the controller answers every EXECUTE with the same 210-byte text, read into a
+// caller's buffer. Replies per second, and socket reads per reply on both ends together (the
+// library's counted by its read sniffer, which is called once per socket read that brought
+// bytes; the controller's by the simulator).
+void BM_Library_TextReply(benchmark::State& state) {
+    World& w = World::get();
+    auto& c = dynamic_cast<Vaxo::Ubrix::TCP::Connection_TCP&>(*reinterpret_cast<Vaxo::Ubrix::Shared::IConnection*>(w.h));
+    struct ReadCounter final : Vaxo::Ubrix::Shared::ISniffer {
+        std::atomic<std::size_t> calls{0};
+        void sniff(const char*, unsigned int) override { calls.fetch_add(1, std::memory_order_relaxed); }
+    } counter;
+    std::string text;
+    for (int i = 0; text.size() < 210; ++i)
+        text += char('A' + i % 26);
+    w.sim.faults().textReply(text, {"EXECUTE", 0});
+    c.setReadSniffer(&counter);
+    const std::size_t simBefore = w.sim.socketReads();
+    char buffer[512];
+    for (auto _ : state) {
+        std::uint32_t size = sizeof buffer;
+        if (vaxo_ExecuteWithResponse4a(w.h, "PRINT 1", buffer, &size) != 0 || size != text.size() + 1) {
+            state.SkipWithError("ExecuteWithResponse failed");
+            break;
+        }
+    }
+    c.setReadSniffer(nullptr);
+    w.sim.faults().clear();
+    const double replies = double(state.iterations());
+    state.SetItemsProcessed(state.iterations());
+    state.counters["replies_per_s"] = benchmark::Counter(replies, benchmark::Counter::kIsRate);
+    state.counters["reads_per_reply"] = double(counter.calls.load() + w.sim.socketReads() - simBefore) / replies;
 }
 
 void BM_RawSocket_PingPong(benchmark::State& state) {
@@ -326,3 +360,4 @@ BENCHMARK(BM_Library_Threads)->UseRealTime()->MinTime(kMin)->ThreadRange(1, 16);
 BENCHMARK(BM_EngineShaped_Call)->Name("BM_EngineShaped_Threads")->UseRealTime()->MinTime(kMin)->ThreadRange(1, 16);
 BENCHMARK(BM_RawSocket_Pipelined)->UseRealTime()->MinTime(kMin)->RangeMultiplier(2)->Range(1, 16);
 BENCHMARK(BM_Sim_VrRequest)->MinTime(kMin);
+BENCHMARK(BM_Library_TextReply)->UseRealTime()->MinTime(kMin);

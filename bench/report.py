@@ -117,6 +117,13 @@ def main():
                'that other work puts on the machine during the run.')
     out.append('')
 
+    # Text replies: the reply text is read byte by byte through the port's read-ahead buffer.
+    out.append('| Text replies of 210 bytes | replies/s | socket reads per reply (both ends) |')
+    out.append('|---|---:|---:|')
+    out.append(f"| vaxo_ExecuteWithResponse4a | {fmt(get('BM_Library_TextReply', 'replies_per_s'))} "
+               f"| {fmt(get('BM_Library_TextReply', 'reads_per_reply'))} |")
+    out.append('')
+
     # 4: parameter blocks.
     single = get('BM_SingleGetVrValue64', 'vrs_per_s')
     out.append('| 64 VRs | VRs/s | ÷ 64 single reads |')

@@ -11,8 +11,8 @@ void Faults::add(Spec s) {
 }
 
 void Faults::delay(std::chrono::milliseconds d, FaultScope scope) { add({Kind::Delay, d, 0, 0, {}, std::move(scope)}); }
-void Faults::trickle(std::chrono::milliseconds perByte, FaultScope scope) {
-    add({Kind::Trickle, perByte, 0, 0, {}, std::move(scope)});
+void Faults::trickle(std::chrono::milliseconds pause, FaultScope scope, std::size_t piece) {
+    add({Kind::Trickle, pause, piece ? piece : 1, 0, {}, std::move(scope)});
 }
 void Faults::stopAfter(std::size_t bytes, FaultScope scope) { add({Kind::Stop, {}, bytes, 0, {}, std::move(scope)}); }
 void Faults::closeAfter(std::size_t bytes, FaultScope scope) { add({Kind::Close, {}, bytes, 0, {}, std::move(scope)}); }
@@ -52,7 +52,10 @@ FaultEffects Faults::take(std::string_view command) {
         }
         switch (it->kind) {
         case Kind::Delay: fx.delay += it->ms; break;
-        case Kind::Trickle: fx.perByte = std::max(fx.perByte, it->ms); break;
+        case Kind::Trickle:
+            fx.perByte = std::max(fx.perByte, it->ms);
+            fx.piece = it->bytes;
+            break;
         case Kind::Stop: fx.stopAfter = std::min(fx.stopAfter, it->bytes); break;
         case Kind::Close: fx.closeAfter = std::min(fx.closeAfter, it->bytes); break;
         case Kind::Garbage:

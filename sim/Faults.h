@@ -25,7 +25,8 @@ struct FaultScope {
 struct FaultEffects {
     static constexpr std::size_t kNever = std::numeric_limits<std::size_t>::max();
     std::chrono::milliseconds delay{0};     // wait before the first byte
-    std::chrono::milliseconds perByte{0};   // write byte by byte with this pause after each
+    std::chrono::milliseconds perByte{0};   // write in pieces with this pause after each
+    std::size_t piece = 1;                  // bytes per piece when trickling
     std::size_t stopAfter = kNever;         // write only this many bytes, then nothing more of it
     std::size_t closeAfter = kNever;        // write this many bytes, then close the connection
     bool replaceWithGarbage = false;
@@ -44,7 +45,9 @@ struct FaultEffects {
 class Faults {
 public:
     void delay(std::chrono::milliseconds d, FaultScope scope = {});
-    void trickle(std::chrono::milliseconds perByte, FaultScope scope = {});
+    // The reply is written `piece` bytes at a time with `pause` after each piece: slow but
+    // steady, no gap longer than the pause.
+    void trickle(std::chrono::milliseconds pause, FaultScope scope = {}, std::size_t piece = 1);
     void stopAfter(std::size_t bytes, FaultScope scope = {});
     void closeAfter(std::size_t bytes, FaultScope scope = {});
     void garbage(std::string bytes, FaultScope scope = {});

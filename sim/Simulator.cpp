@@ -133,6 +133,7 @@ void Simulator::serve(Connection& conn, std::uint32_t id) {
     bool open = true;
     while (open) {
         const ssize_t n = ::recv(conn.fd, buf.data(), buf.size(), 0);
+        socketReads_.fetch_add(1, std::memory_order_relaxed);
         if (n < 0 && errno == EINTR) continue;
         if (n <= 0) break;
         session.feed(buf.data(), static_cast<std::size_t>(n));
@@ -147,8 +148,8 @@ void Simulator::serve(Connection& conn, std::uint32_t id) {
             if (!open || !pause(fx.delay)) break;
             const std::size_t count = std::min({out.bytes.size(), fx.stopAfter, fx.closeAfter});
             if (fx.perByte.count() > 0) {
-                for (std::size_t i = 0; i < count && open; ++i)
-                    open = sendAll(conn.fd, &out.bytes[i], 1) && pause(fx.perByte);
+                for (std::size_t i = 0; i < count && open; i += fx.piece)
+                    open = sendAll(conn.fd, &out.bytes[i], std::min(fx.piece, count - i)) && pause(fx.perByte);
             } else if (count > 0) {
                 open = sendAll(conn.fd, out.bytes.data(), count);
             }

@@ -62,6 +62,8 @@ public:
     std::vector<Request> requests() const { return ctl_.requests(); }
     void clearRequests() { ctl_.clearRequests(); }
     std::size_t nudgesSeen() const noexcept { return ctl_.nudgesSeen(); }
+    // Socket reads made on the command links so far, all connections together.
+    std::size_t socketReads() const noexcept { return socketReads_.load(std::memory_order_relaxed); }
     Faults& faults() noexcept { return ctl_.faults(); }
 
     // Memory and parameters (locked; out-of-range reads give 0, writes are ignored).
@@ -98,6 +100,7 @@ private:
     int wakeFd_ = -1;
     std::thread acceptThread_;
     std::atomic<bool> stopping_{false};
+    std::atomic<std::size_t> socketReads_{0};
     mutable std::mutex connMutex_;
     std::list<std::unique_ptr<Connection>> conns_;
     std::mutex sleepMutex_;

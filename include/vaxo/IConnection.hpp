@@ -131,6 +131,7 @@ public:
     virtual ErrorCode GetTcpHostName(std::string_view& host) = 0;
     virtual ErrorCode SetTcpPort(unsigned short port) = 0;
     virtual ErrorCode GetTcpPort(unsigned short& port) = 0;
+    // Longest silence of a reply; 0 waits without limit. Takes effect at the next open.
     virtual ErrorCode SetTcpCommandTimeout(unsigned int ms) = 0;
     virtual ErrorCode GetTcpCommandTimeout(unsigned int& ms) = 0;
     virtual ErrorCode SetTcpConnectTimeout(unsigned int ms) = 0;

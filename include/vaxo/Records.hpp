@@ -82,6 +82,8 @@ struct Range {
     std::uint32_t count = 0;
 };
 
+// A callable of a listing or a streamed text that throws is not called again; the rest of the
+// reply is still read, the link stays up, and the operation returns FailPlain (0x0100000001).
 using DataStreamFn = std::function<void(const DataStreamPacket&, const char*)>;
 using FileInfoFn = std::function<void(const FileInfo&, std::string_view)>;
 using ProcessInfoFn = std::function<void(const ProcessInfo&, std::string_view)>;

@@ -143,6 +143,10 @@ VAXO_API ErrorCode vaxo_SetTcpPort(VaxoHandle h, uint16_t port);
 VAXO_API ErrorCode vaxo_GetTcpPort(VaxoHandle h, uint16_t* port);
 VAXO_API ErrorCode vaxo_SetTcpConnectTimeout(VaxoHandle h, uint32_t ms);
 VAXO_API ErrorCode vaxo_GetTcpConnectTimeout(VaxoHandle h, uint32_t* ms);
+/** The longest silence of the controller a reply (or the token table at open) may have; 0 waits
+ *  without limit. Like every setting here, it takes effect at the next open: an open link keeps
+ *  the timeout it was opened with. The open refuses with TokenTable a token table over 1 MiB
+ *  or one without ZERO, TOKENTABLE, EXTENDED_TOKEN and UNKNOWN. */
 VAXO_API ErrorCode vaxo_SetTcpCommandTimeout(VaxoHandle h, uint32_t ms);
 VAXO_API ErrorCode vaxo_GetTcpCommandTimeout(VaxoHandle h, uint32_t* ms);
 

@@ -156,7 +156,9 @@ ErrorCode Token::ReadTokenTable(Port& port, unsigned timeout) {
     // One byte per read: the port's read-ahead makes that cheap, and nothing behind the end
     // marker is taken from the stream.
     TokenTableParser parser(m_map);
-    for (;;) {
+    for (std::uint64_t taken = 0;; ++taken) {
+        if (taken == kMaxTableBytes)
+            return ErrorCode::TokenTable;
         char c;
         if (ErrorCode e = port.Read(&c, 1, timeout); failed(e)) {
             AddLogEvent(EventType::Error, e, "Error reading ReadTokenTable response from controller");

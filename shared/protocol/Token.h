@@ -67,8 +67,14 @@ public:
     // Empties the known-token cache, restores the built-in codes and the capability defaults.
     void resetCachedTokens();
 
+    // The most bytes a table may take before its end marker. No controller's table comes near
+    // it; a controller that never ends its table is refused with TokenTable.
+    static constexpr std::uint64_t kMaxTableBytes = 1u << 20;
+
     // Requests the controller's table and parses it. The previous table is dropped first, so a
-    // reconnect never resolves names against another controller's records.
+    // reconnect never resolves names against another controller's records. Only a silence of
+    // `timeout` fails the read (each byte waits at most that long); a slow but steady table
+    // takes as long as it takes, up to kMaxTableBytes.
     ErrorCode ReadTokenTable(Port& port, unsigned timeout);
     // The same, for a table that is already at hand: parses it and takes the built-in codes
     // from it. TokenTable when the end marker is missing or the table lacks a built-in name.

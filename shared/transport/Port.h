@@ -20,7 +20,7 @@ public:
 
     virtual ErrorCode Close() = 0;
     virtual ErrorCode Write(const char* data, unsigned int length) = 0;
-    // Reads exactly `size` bytes; `timeout` bounds each wait for data.
+    // Reads exactly `size` bytes; `timeout` bounds each wait for data (0: no limit).
     virtual ErrorCode Read(char* buffer, unsigned int size, unsigned int timeout) = 0;
     // Puts bytes back in front of the unread ones; the next read returns them first.
     virtual ErrorCode UnRead(const char* data, unsigned int length) = 0;

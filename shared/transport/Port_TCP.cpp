@@ -95,22 +95,21 @@ ErrorCode Port_TCP::Read(char* buffer, unsigned int size, unsigned int& got, uns
 }
 
 ErrorCode Port_TCP::Read(char* buffer, unsigned int size, unsigned int timeout) {
+    // An exact read goes on while bytes are wanted. With a zero timeout each socket wait would
+    // be a poll, so the loop would spin; it blocks in the wait instead, without limit.
+    const unsigned int wait = timeout == 0 ? kInfiniteTimeout : timeout;
     std::lock_guard lock(m_readMutex);
     unsigned int done = takeBuffered(buffer, size);
     while (done < size) {
-        // The buffer is empty here: fill it from the start.
+        // The buffer is empty here: fill it from the start, taking whatever has arrived, so
+        // that the reads after this one are served without a socket read.
         m_position = 0;
         unsigned int n = 0;
-        ErrorCode rc = m_socket.Read(m_buffer, kBufferSize, n, timeout, 0);
+        ErrorCode rc = m_socket.Read(m_buffer, kBufferSize, n, wait, 0);
         if (rc != ErrorCode::Success)
             return rc;
-        if (n == 0) {
-            // A zero timeout is a poll: with nothing there an exact read cannot complete.
-            // (A closed peer shows the same way once; the next socket read fails on it.)
-            if (timeout == 0)
-                return ErrorCode::Timeout;
-            continue;
-        }
+        if (n == 0)
+            continue; // the peer closed: the socket is closed now and the next read fails on it
         m_count = n;
         if (ISniffer* sniffer = m_readSniffer.load())
             sniffer->sniff(m_buffer, n);

@@ -24,6 +24,30 @@ struct stStandardCmdReply {
     unsigned short* status = nullptr;
 };
 
+// Calls a host's callable while a reply is read, on the reader thread. A callable that throws
+// is not called again, and the reply is still read to its end so that the link stays in step;
+// the command then returns FailPlain, which does not drop the link.
+class HostCalls {
+public:
+    template <class Fn, class... Args>
+    void operator()(const Fn& fn, Args&&... args) {
+        if (m_thrown || !fn)
+            return;
+        try {
+            fn(std::forward<Args>(args)...);
+        } catch (...) {
+            m_thrown = true;
+        }
+    }
+    // The reply's own error first; then FailPlain if the callable threw.
+    ErrorCode result(ErrorCode replyError) const {
+        return m_thrown && !Shared::failed(replyError) ? ErrorCode::FailPlain : replyError;
+    }
+
+private:
+    bool m_thrown = false;
+};
+
 class Command : public Shared::ICommand {
 public:
     explicit Command(Connection_TCP& connection);

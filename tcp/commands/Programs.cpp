@@ -44,22 +44,15 @@ ErrorCode readListing(Connection_TCP& connection, Parser& parser) {
     return connection.GetResponse(nullptr, nullptr);
 }
 
-// Calls the host's callable for each entry; an exception stops further calls and the listing
-// is still read to its end, so that the link stays in step.
+// Calls the host's callable for each entry through HostCalls.
 template <class Fn>
 struct GuardedSink {
     explicit GuardedSink(const Fn& f) : fn(f) {}
     const Fn& fn;
-    bool thrown = false;
+    HostCalls calls;
     template <class Info>
     void operator()(const Info& info, std::string_view name) {
-        if (thrown || !fn)
-            return;
-        try {
-            fn(info, name);
-        } catch (...) {
-            thrown = true;
-        }
+        calls(fn, info, name);
     }
 };
 
@@ -222,7 +215,7 @@ ErrorCode CmdDir::readReply() {
     GuardedSink<Shared::FileInfoFn> sink(m_onFile);
     Shared::DirReplyParser<GuardedSink<Shared::FileInfoFn>> parser(sink);
     const ErrorCode e = readListing(m_connection, parser);
-    return setError(sink.thrown && !failed(e) ? ErrorCode::Fail : e);
+    return setError(sink.calls.result(e));
 }
 
 ErrorCode CmdProcess::send() {
@@ -236,7 +229,7 @@ ErrorCode CmdProcess::readReply() {
     GuardedSink<Shared::ProcessInfoFn> sink(m_onProcess);
     Shared::ProcessReplyParser<GuardedSink<Shared::ProcessInfoFn>> parser(sink);
     const ErrorCode e = readListing(m_connection, parser);
-    return setError(sink.thrown && !failed(e) ? ErrorCode::Fail : e);
+    return setError(sink.calls.result(e));
 }
 
 // ---- program edits and file queries ----

@@ -64,17 +64,10 @@ class WithStreamReply : public Request {
 public:
     WithStreamReply(Connection_TCP& c, const Shared::DataStreamFn& sink) : Request(c), m_sink(sink) {}
     ErrorCode readReply() override {
-        bool thrown = false;
-        const ErrorCode e = this->readReplyWithCallback([&](const Shared::DataStreamPacket& p, const char* data) {
-            if (thrown || !m_sink)
-                return;
-            try {
-                m_sink(p, data);
-            } catch (...) {
-                thrown = true;
-            }
-        });
-        return thrown && !failed(e) ? this->setError(ErrorCode::Fail) : e;
+        HostCalls calls;
+        const ErrorCode e = this->readReplyWithCallback(
+            [&](const Shared::DataStreamPacket& p, const char* data) { calls(m_sink, p, data); });
+        return this->setError(calls.result(e));
     }
 
 private:

@@ -1,6 +1,8 @@
 // Reply framing: the reply text read one byte at a time into a parser, then the standard
-// response. The timeout runs from the last byte received; each silent spell after data gets
-// at most one unknown-token nudge, so that a controller waiting for more input answers.
+// response. The timeout runs from the last byte received (a zero command timeout sets no
+// limit); each silent spell after data gets at most one unknown-token nudge, so that a
+// controller waiting for more input answers. Each byte is an exact read through the port's
+// read-ahead buffer: a reply that arrives in one segment costs one socket read, not one a byte.
 #pragma once
 
 #include <chrono>
@@ -15,7 +17,8 @@ ErrorCode stringReplyRead(Connection_TCP& connection, std::uint32_t awaitedId, P
                           stStandardCmdReply* reply = nullptr) {
     using Clock = std::chrono::steady_clock;
     auto lastByte = Clock::now();
-    const auto timeout = std::chrono::milliseconds(connection.commandTimeout());
+    const unsigned int limit = connection.commandTimeout();
+    const auto timeout = std::chrono::milliseconds(limit);
     int lastRead = -1;
     std::uint32_t consumed = 0;
     bool nudged = false;
@@ -28,8 +31,8 @@ ErrorCode stringReplyRead(Connection_TCP& connection, std::uint32_t awaitedId, P
                 return result;
             nudged = true;
         }
-        unsigned int got = 0;
-        result = connection.ReadBytes(&byte, 1, got, 1);
+        unsigned int got = 1;
+        result = connection.ReadBytes(&byte, 1, 1);
         if (result == ErrorCode::Timeout) {
             got = 0;
             result = ErrorCode::Success;
@@ -47,7 +50,7 @@ ErrorCode stringReplyRead(Connection_TCP& connection, std::uint32_t awaitedId, P
                 return ErrorCode::BadResponse;
             nudged = false;
         }
-    } while (!parser.done() && (lastRead == 0 || consumed != 0) && Clock::now() - lastByte < timeout);
+    } while (!parser.done() && (lastRead == 0 || consumed != 0) && (limit == 0 || Clock::now() - lastByte < timeout));
 
     if (!parser.done() && lastRead == 0)
         return ErrorCode::Timeout;

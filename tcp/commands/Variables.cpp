@@ -363,14 +363,14 @@ ErrorCode CmdGetVrStringStream::readReply() {
         Shared::DataStreamPacket packet{};
         char chunk[256] = {};
         unsigned fill = 0;
+        HostCalls calls;
         void flush() {
             packet.length = fill;
-            if (*sink)
-                (*sink)(packet, chunk);
+            calls(*sink, packet, static_cast<const char*>(chunk));
             ++packet.sequence;
             fill = 0;
         }
-    } stream{m_sink, {}, {}, 0};
+    } stream{m_sink, {}, {}, 0, {}};
     auto sink = [](void* user, const char* data, unsigned n) {
         auto* s = static_cast<Stream*>(user);
         for (unsigned k = 0; k < n; ++k) {
@@ -386,7 +386,7 @@ ErrorCode CmdGetVrStringStream::readReply() {
             stream.flush();
         stream.flush(); // the end of the text
     }
-    return setError(e);
+    return setError(stream.calls.result(e));
 }
 
 } // namespace Vaxo::Ubrix::TCP

@@ -14,61 +14,6 @@ namespace Vaxo::Ubrix::TCP {
 
 using Shared::EventType;
 
-namespace {
-
-// The token table as the open sequence reads it: each byte still waits at most the command
-// timeout, but the whole table must also arrive within it and stay below a size no controller
-// comes near, so that a controller that never ends its table cannot hold the open (or fill
-// the host's memory) for ever.
-class TableReadPort final : public Shared::Port {
-public:
-    static constexpr std::uint64_t kMaxTableBytes = 1u << 20;
-
-    TableReadPort(Shared::Port_TCP& port, const Shared::EventCallback& logger, unsigned timeout)
-        : Port(logger), m_port(port),
-          m_deadline(std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout)) {}
-
-    ErrorCode Read(char* buffer, unsigned int size, unsigned int timeout) override {
-        unsigned wait = 0;
-        if (ErrorCode e = budget(size, timeout, wait); failed(e))
-            return e;
-        return m_port.Read(buffer, size, wait);
-    }
-    ErrorCode Read(char* buffer, unsigned int size, unsigned int& got, unsigned int timeout) override {
-        got = 0;
-        unsigned wait = 0;
-        if (ErrorCode e = budget(size, timeout, wait); failed(e))
-            return e;
-        return m_port.Read(buffer, size, got, wait);
-    }
-    ErrorCode Close() override { return m_port.Close(); }
-    ErrorCode Write(const char* data, unsigned int length) override { return m_port.Write(data, length); }
-    ErrorCode UnRead(const char* data, unsigned int length) override { return m_port.UnRead(data, length); }
-    void setWriteSniffer(Shared::ISniffer* sniffer) override { m_port.setWriteSniffer(sniffer); }
-    void setReadSniffer(Shared::ISniffer* sniffer) override { m_port.setReadSniffer(sniffer); }
-    bool isOpened() const override { return m_port.isOpened(); }
-    std::uint16_t portNumber() const override { return m_port.portNumber(); }
-    std::string hostName() const override { return m_port.hostName(); }
-
-private:
-    ErrorCode budget(unsigned size, unsigned timeout, unsigned& wait) {
-        if ((m_read += size) > kMaxTableBytes)
-            return ErrorCode::TokenTable;
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(m_deadline -
-                                                                                std::chrono::steady_clock::now());
-        if (left.count() <= 0)
-            return ErrorCode::Timeout;
-        wait = std::min<unsigned>(timeout, unsigned(left.count()));
-        return ErrorCode::Success;
-    }
-
-    Shared::Port_TCP& m_port;
-    std::chrono::steady_clock::time_point m_deadline;
-    std::uint64_t m_read = 0;
-};
-
-} // namespace
-
 Connection_TCP::Connection_TCP(Shared::EventCallback logger)
     : ConnectionBase(std::move(logger)), m_port(m_logger), m_token(m_logger) {}
 
@@ -128,6 +73,7 @@ ErrorCode Connection_TCP::OpenConnection() {
 ErrorCode Connection_TCP::openSequence() {
     m_firmwareVersion.store(0.0);
     m_firmwareWhole = m_firmwareFraction = 0.0;
+    adoptCommandTimeout();
 
     std::string host;
     {
@@ -138,11 +84,8 @@ ErrorCode Connection_TCP::openSequence() {
     if (ErrorCode e = m_port.Open(host, port, m_connectTimeout.load(), true); failed(e))
         return e;
     m_port.SetNoDelay(true);
-    {
-        TableReadPort bounded(m_port, m_logger, commandTimeout());
-        if (ErrorCode e = m_token.ReadTokenTable(bounded, commandTimeout()); failed(e))
-            return e;
-    }
+    if (ErrorCode e = m_token.ReadTokenTable(m_port, commandTimeout()); failed(e))
+        return e;
     m_pump.start();
 
     // The two queries go through the command engine before the link counts as connected; only
@@ -259,8 +202,12 @@ ErrorCode Connection_TCP::GetTcpPort(unsigned short& port) {
     return ErrorCode::Success;
 }
 ErrorCode Connection_TCP::SetTcpCommandTimeout(unsigned int ms) {
+    // Kept for the next open; the link that is open keeps the timeout it was opened with.
     m_commandTimeout.store(ms);
     return ErrorCode::Success;
+}
+void Connection_TCP::adoptCommandTimeout() {
+    m_activeCommandTimeout.store(m_commandTimeout.load(), std::memory_order_relaxed);
 }
 ErrorCode Connection_TCP::GetTcpCommandTimeout(unsigned int& ms) {
     ms = m_commandTimeout.load();

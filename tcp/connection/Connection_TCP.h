@@ -131,7 +131,8 @@ public:
 
     // ---- services for command classes ----
     Shared::Token& token() { return m_token; }
-    unsigned int commandTimeout() const { return m_commandTimeout.load(std::memory_order_relaxed); }
+    // The command timeout in force: the setting as it was when the link was opened.
+    unsigned int commandTimeout() const { return m_activeCommandTimeout.load(std::memory_order_relaxed); }
     std::mutex* getCachedSyncObject() { return m_syncPool.get_element(); }
     void returnCachedSyncObject(std::mutex* m) { m_syncPool.return_element(m); }
 
@@ -205,6 +206,8 @@ public:
 
 private:
     ErrorCode openSequence();
+    // Takes the command-timeout setting as the one in force for the link being opened.
+    void adoptCommandTimeout();
     // While the open sequence asks for the controller's type and firmware, only its own thread
     // may send: the capabilities those answers set are what every other request is encoded with.
     bool isOpeningThread() const {
@@ -226,7 +229,8 @@ private:
     double m_firmwareWhole = 0.0;
     double m_firmwareFraction = 0.0;
     std::atomic<unsigned int> m_connectTimeout{5000};
-    std::atomic<unsigned int> m_commandTimeout{60000};
+    std::atomic<unsigned int> m_commandTimeout{60000};       // the setting, for the next open
+    std::atomic<unsigned int> m_activeCommandTimeout{60000}; // taken at open
     std::atomic<std::uint16_t> m_fileTransferPort{10001}; // the controller's file-transfer link
     std::atomic<bool> m_connected{false};
     std::atomic<std::thread::id> m_openingThread{};

@@ -89,9 +89,10 @@ ErrorCode Connection_TCP::GetFrameGroup(unsigned int group, unsigned int& tableI
     if (!onAxis)
         return refused(ErrorCode::BadArgument);
     Shared::FrameGroupReplyParser::ReadGroupData data;
-    data.onElement = onAxis;
+    HostCalls calls;
+    data.onElement = [&](int axis) { calls(onAxis, axis); };
     ErrorCode e = execute<CmdFrameGroup>([&](CmdFrameGroup& c) { return c.sendRead(group); }, &data);
-    e = checkGroup(e, data, group);
+    e = calls.result(checkGroup(e, data, group));
     if (!failed(e))
         tableIndex = data.bracketed;
     return e;

@@ -235,3 +235,40 @@ TEST(TokenTable, ReadFailuresAreLoggedAndReturned) {
     EXPECT_EQ(token.ReadTokenTable(port, 5), systemError(32));
     EXPECT_TRUE(ev.has("Error writing ReadTokenTable command", systemError(32)));
 }
+
+// A controller that never ends its table but never falls silent either: bracketed lines, over
+// and over. The read takes the bound's worth of bytes and gives up with TokenTable; every read
+// waits the full timeout it was given, not what is left of some total.
+TEST(TokenTable, EndlessTableIsRefusedAtTheSizeBound) {
+    struct EndlessPort final : Port {
+        explicit EndlessPort(const EventCallback& cb) : Port(cb) {}
+        std::uint64_t served = 0;
+        std::vector<unsigned> timeouts;
+        ErrorCode Close() override { return ErrorCode::Success; }
+        ErrorCode Write(const char*, unsigned int) override { return ErrorCode::Success; }
+        ErrorCode Read(char* buffer, unsigned int size, unsigned int timeout) override {
+            static constexpr char kLine[] = "[MORE]\r\n";
+            if (timeouts.empty() || timeouts.back() != timeout)
+                timeouts.push_back(timeout);
+            for (unsigned i = 0; i < size; ++i)
+                buffer[i] = kLine[served++ % (sizeof kLine - 1)];
+            return ErrorCode::Success;
+        }
+        ErrorCode UnRead(const char*, unsigned int) override { return ErrorCode::Success; }
+        ErrorCode Read(char* b, unsigned int size, unsigned int& got, unsigned int t) override {
+            got = size;
+            return Read(b, size, t);
+        }
+        void setWriteSniffer(ISniffer*) override {}
+        void setReadSniffer(ISniffer*) override {}
+        bool isOpened() const override { return true; }
+        std::uint16_t portNumber() const override { return 0; }
+        std::string hostName() const override { return {}; }
+    };
+    Events ev;
+    Token token(ev.callback);
+    EndlessPort port(ev.callback);
+    EXPECT_EQ(token.ReadTokenTable(port, 250), ErrorCode::TokenTable);
+    EXPECT_EQ(port.served, Token::kMaxTableBytes);
+    EXPECT_EQ(port.timeouts, std::vector<unsigned>{250});
+}

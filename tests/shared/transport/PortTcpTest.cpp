@@ -2,6 +2,7 @@
 // read-ahead buffer and push-back, timeouts, peer close, sniffers, events, and a connect
 // timeout against a listener whose accept backlog is full.
 #include "shared/transport/Port_TCP.h"
+#include "shared/transport/LoopbackPeer.h"
 
 #include <gtest/gtest.h>
 
@@ -41,50 +42,6 @@ struct EventLog {
         for (auto& e : events)
             n += e.text == text;
         return n;
-    }
-};
-
-// A loopback listener on an ephemeral port.
-struct Listener {
-    int fd = -1;
-    std::uint16_t port = 0;
-    explicit Listener(int backlog = 4) {
-        fd = ::socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in a{};
-        a.sin_family = AF_INET;
-        a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        EXPECT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a), 0);
-        EXPECT_EQ(::listen(fd, backlog), 0);
-        socklen_t len = sizeof a;
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len);
-        port = ntohs(a.sin_port);
-    }
-    int accept() { return ::accept(fd, nullptr, nullptr); }
-    ~Listener() { ::close(fd); }
-};
-
-struct Peer {
-    int fd;
-    ~Peer() {
-        if (fd >= 0)
-            ::close(fd);
-    }
-    void send(std::string_view data) { ASSERT_EQ(::send(fd, data.data(), data.size(), MSG_NOSIGNAL), ssize_t(data.size())); }
-    std::string recv(std::size_t n) {
-        std::string s(n, '\0');
-        std::size_t got = 0;
-        while (got < n) {
-            ssize_t r = ::recv(fd, s.data() + got, n - got, 0);
-            if (r <= 0)
-                break;
-            got += std::size_t(r);
-        }
-        s.resize(got);
-        return s;
-    }
-    void close() {
-        ::close(fd);
-        fd = -1;
     }
 };
 
@@ -191,6 +148,52 @@ TEST_F(PortTcpTest, IdleReadPollsWithZeroTimeoutAndTimesOutOtherwise) {
     EXPECT_EQ(port.Read(buf, 4, got, 5u), ErrorCode::Timeout);
     EXPECT_EQ(port.Read(buf, 1, 5u), ErrorCode::Timeout);
     EXPECT_TRUE(port.isOpened()); // a timeout is not a failure of the link
+}
+
+// An exact read with a zero timeout is not a poll: it waits, asleep, until its bytes are there.
+TEST_F(PortTcpTest, ExactReadWithZeroTimeoutWaitsWithoutLimit) {
+    std::thread writer([&] {
+        std::this_thread::sleep_for(150ms);
+        peer.send("late");
+    });
+    char buf[4];
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(port.Read(buf, 4, 0u), ErrorCode::Success);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 100ms);
+    writer.join();
+    EXPECT_EQ(std::string(buf, 4), "late");
+}
+
+// Single-byte exact reads of a block that arrived at once: one socket read fills the
+// read-ahead buffer and the rest are served from it, so the sniffer is called once for the
+// whole block, and later arrivals are sniffed once each, in order.
+TEST_F(PortTcpTest, SingleByteReadsAreServedFromTheReadAheadBuffer) {
+    struct CountingSniffer : RecordingSniffer {
+        int calls = 0;
+        void sniff(const char* data, unsigned int length) override {
+            ++calls;
+            RecordingSniffer::sniff(data, length);
+        }
+    } sniffer;
+    port.setReadSniffer(&sniffer);
+    std::string block;
+    for (int i = 0; i < 300; ++i)
+        block += char('a' + i % 26);
+    peer.send(block);
+    std::this_thread::sleep_for(30ms); // the whole block is there before the first read
+    std::string got;
+    for (std::size_t i = 0; i < block.size(); ++i) {
+        char c;
+        ASSERT_EQ(port.Read(&c, 1, 1000u), ErrorCode::Success);
+        got += c;
+    }
+    EXPECT_EQ(got, block);
+    EXPECT_EQ(sniffer.calls, 1);
+    peer.send("xy");
+    char two[2];
+    ASSERT_EQ(port.Read(two, 2, 1000u), ErrorCode::Success);
+    EXPECT_EQ(sniffer.seen, block + "xy");
+    port.setReadSniffer(nullptr);
 }
 
 TEST_F(PortTcpTest, UnReadBeyondTheBufferIsRefused) {
