@@ -19,8 +19,8 @@
 namespace Vaxo::Ubrix::Shared {
 
 // The controller's file kinds, 0 to 26. File transfers refuse a type above 26 with BadArgument;
-// program selection passes the number to the controller as it stands. None (-1; all bits set as an unsigned 32-bit value)
-// is what the lookups return when nothing matches.
+// program selection passes the number to the controller as it stands. None (-1; all bits set as
+// an unsigned 32-bit value) is what the lookups return when nothing matches.
 enum class FileType : std::int32_t {
     None = -1,
     Basic = 0,
