@@ -16,7 +16,8 @@ extern "C" {
  * or above the block size too) and sets bit (index mod 64) of the mask; an index at or above the
  * capacity is BufferTooSmall. Outputs of entries not reported keep their contents. */
 
-/** VR and TABLE blocks: indices (runs of neighbours are sent as ranges). */
+/** VR and TABLE blocks: indices, in the order given; a run of three or more ascending neighbours
+ *  is sent as first RANGE last, a shorter one as single numbers (5, 6 as 5 , 6). */
 VAXO_API ErrorCode vaxo_ParamBlockDefineVr(VaxoHandle h, uint32_t* indices, uint32_t count, int32_t* block);
 VAXO_API ErrorCode vaxo_ParamBlockAppendVr(VaxoHandle h, int32_t block, uint32_t* indices, uint32_t count);
 VAXO_API ErrorCode vaxo_ParamBlockDefineTable(VaxoHandle h, uint32_t* indices, uint32_t count, int32_t* block);
