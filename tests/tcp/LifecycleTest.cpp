@@ -3,9 +3,9 @@
 // thread, closes racing each other and a reply, the host name read beside a set, and the
 // events each open and close raises.
 #include "SimFixture.h"
+#include "SpawnSelf.h"
 
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -133,45 +133,47 @@ TEST_F(SimConnection, OpenAfterTheControllerDroppedTheLink) {
 
 // With no thread to be had, the open reports it as an error: nothing is thrown, the port is
 // closed and the pump stopped, and a later open works once threads are there again. The child
-// runs as an unprivileged user under a process limit of one, so that it cannot start a thread.
+// process runs as an unprivileged user under a process limit of one, so that it cannot start
+// a thread; it is a fresh process, started by the test below.
+static int openWithoutThreads(std::uint16_t port) {
+    rlimit limit{};
+    getrlimit(RLIMIT_NPROC, &limit);
+    const rlim_t wanted = limit.rlim_cur;
+    limit.rlim_cur = 1;
+    if (setrlimit(RLIMIT_NPROC, &limit) != 0 || setgid(65534) != 0 || setuid(65534) != 0)
+        return 10;
+    const ::VersionInfo ver{1, 2, 1, 1196};
+    VaxoHandle c = nullptr;
+    if (vaxo_CreateContext(&ver, nullptr, nullptr, &c) != 0 || vaxo_SetTcpHostName(c, "127.0.0.1") != 0 ||
+        vaxo_SetTcpPort(c, port) != 0)
+        return 11;
+    if (vaxo_OpenConnection(c) == 0)
+        return 12;
+    if (vaxo_IsConnected(c))
+        return 13;
+    limit.rlim_cur = wanted;
+    if (setrlimit(RLIMIT_NPROC, &limit) != 0)
+        return 14;
+    if (vaxo_OpenConnection(c) != 0)
+        return 15;
+    double v;
+    if (vaxo_GetVrValue(c, 1, &v) != 0)
+        return 16;
+    return vaxo_DestroyContext(c) == 0 ? 0 : 17;
+}
+
 TEST_F(SimConnection, OpenWithoutThreadsToSpare) {
+    if (const char* childPort = std::getenv("VAXO_NO_THREADS_PORT")) {
+        alarm(60);
+        _exit(openWithoutThreads(std::uint16_t(std::atoi(childPort))));
+    }
     if (geteuid() != 0)
         GTEST_SKIP() << "needs root to run a child as an unprivileged user under a process limit";
     startSim({});
-    const pid_t child = fork();
-    ASSERT_NE(child, -1);
-    if (child == 0) {
-        alarm(60);
-        rlimit limit{};
-        getrlimit(RLIMIT_NPROC, &limit);
-        const rlim_t hard = limit.rlim_max;
-        limit.rlim_cur = 1;
-        if (setrlimit(RLIMIT_NPROC, &limit) != 0 || setgid(65534) != 0 || setuid(65534) != 0)
-            _exit(10);
-        const ::VersionInfo ver{1, 2, 1, 1196};
-        VaxoHandle c = nullptr;
-        if (vaxo_CreateContext(&ver, nullptr, nullptr, &c) != 0 || vaxo_SetTcpHostName(c, "127.0.0.1") != 0 ||
-            vaxo_SetTcpPort(c, port) != 0)
-            _exit(11);
-        const std::uint64_t refused = vaxo_OpenConnection(c);
-        if (refused == 0)
-            _exit(12);
-        if (vaxo_IsConnected(c))
-            _exit(13);
-        limit.rlim_cur = hard;
-        if (setrlimit(RLIMIT_NPROC, &limit) != 0)
-            _exit(14);
-        if (vaxo_OpenConnection(c) != 0)
-            _exit(15);
-        double v;
-        if (vaxo_GetVrValue(c, 1, &v) != 0)
-            _exit(16);
-        _exit(vaxo_DestroyContext(c) == 0 ? 0 : 17);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFEXITED(status)) << "the child died (signal " << WTERMSIG(status) << ")";
-    EXPECT_EQ(WEXITSTATUS(status), 0) << "10 setup, 12 opened, 13 connected, 15 reopen failed, 16 command failed";
+    const auto outcome = runSelf("SimConnection.OpenWithoutThreadsToSpare",
+                                 "VAXO_NO_THREADS_PORT=" + std::to_string(port), 90s);
+    EXPECT_EQ(outcome.describe(), "")
+        << "exit 10 setup, 12 opened, 13 connected, 14 limit, 15 reopen failed, 16 command failed";
 }
 
 // Closes of one context from two threads at once touch only that context's socket: another

@@ -5,10 +5,8 @@
 // is a failed cell rather than a hung suite, and so that sanitizers that dislike fork see an
 // ordinary process.
 #include "SimFixture.h"
+#include "SpawnSelf.h"
 
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -19,8 +17,6 @@
 #include "sim/FileTransfer.h"
 #include "shared/transport/ISniffer.h"
 #include "tcp/connection/Connection_TCP.h"
-
-extern char** environ;
 
 using namespace vaxotest;
 using namespace std::chrono_literals;
@@ -167,47 +163,14 @@ TEST(Reentrancy, OneCell) {
 
 // Every callback kind times every action, each in its own process with a deadline.
 TEST(Reentrancy, Matrix) {
-    const std::string self = std::filesystem::read_symlink("/proc/self/exe");
-    std::vector<std::string> failures;
+    std::string failures;
     for (const char* kind : kKinds) {
         for (const char* action : kActions) {
             const std::string cell = std::string(kind) + "/" + action;
-            std::vector<std::string> env;
-            for (char** e = environ; *e; ++e)
-                if (std::string_view(*e).rfind("VAXO_REENTRANCY_CELL=", 0) != 0 &&
-                    std::string_view(*e).rfind("GTEST_", 0) != 0)
-                    env.emplace_back(*e);
-            env.push_back("VAXO_REENTRANCY_CELL=" + cell);
-            std::vector<char*> envp;
-            for (auto& e : env)
-                envp.push_back(e.data());
-            envp.push_back(nullptr);
-            std::string filter = "--gtest_filter=Reentrancy.OneCell";
-            std::string quiet = "--gtest_brief=1";
-            char* argv[] = {const_cast<char*>(self.c_str()), filter.data(), quiet.data(), nullptr};
-            pid_t pid = -1;
-            ASSERT_EQ(posix_spawn(&pid, self.c_str(), nullptr, nullptr, argv, envp.data()), 0) << cell;
-            int status = 0;
-            const auto deadline = std::chrono::steady_clock::now() + 90s;
-            pid_t done = 0;
-            while ((done = waitpid(pid, &status, WNOHANG)) == 0 && std::chrono::steady_clock::now() < deadline)
-                std::this_thread::sleep_for(10ms);
-            if (done == 0) {
-                kill(pid, SIGKILL);
-                waitpid(pid, &status, 0);
-                failures.push_back(cell + ": hung");
-            } else if (WIFSIGNALED(status)) {
-                failures.push_back(cell + ": signal " + std::to_string(WTERMSIG(status)) +
-                                   (WTERMSIG(status) == SIGALRM ? " (hung)" : ""));
-            } else if (WEXITSTATUS(status) != 0) {
-                failures.push_back(cell + ": exit " + std::to_string(WEXITSTATUS(status)));
-            }
+            const auto outcome = runSelf("Reentrancy.OneCell", "VAXO_REENTRANCY_CELL=" + cell, 90s);
+            if (const std::string what = outcome.describe(); !what.empty())
+                failures += cell + ": " + what + "\n";
         }
     }
-    EXPECT_TRUE(failures.empty()) << [&] {
-        std::string all;
-        for (auto& f : failures)
-            all += f + "\n";
-        return all;
-    }();
+    EXPECT_TRUE(failures.empty()) << failures;
 }
