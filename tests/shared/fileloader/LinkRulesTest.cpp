@@ -60,6 +60,8 @@ struct Rule {
     std::function<void(const TransferRecord&, const Bytes& data)> check = nullptr;
 };
 
+void PrintTo(const Rule& r, std::ostream* os) { *os << r.rule; }
+
 void etxEnds(const TransferRecord& r, const Bytes&) {
     EXPECT_TRUE(r.endedByEtx) << "the data was not ended by ETX: " << r.failure;
 }
