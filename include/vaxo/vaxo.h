@@ -34,7 +34,10 @@ extern "C" {
  *  Names and descriptions of codes: vaxox_GetErrorName (<vaxo/vaxox.h>), vaxo_GetErrorString.
  *  A reply's status is the controller's number truncated to 16 bits (2.5 and 2.9 are controller
  *  error 2); a status that is not finite, or whose whole part is outside 0..65535, is
- *  BadResponse (fatal: later commands return Disconnected until the host opens again). */
+ *  BadResponse (fatal: later commands return Disconnected until the host opens again).
+ *  The reply to a VR write or a parameter write rounds its status to the nearest whole number
+ *  and keeps 32 bits instead (2.5 is controller error 3, 65536 controller error 65536); one
+ *  that is not finite or rounds outside 0..0xFFFFFFFF is BadResponse. */
 typedef uint64_t ErrorCode;
 
 /** The library's version record (1.2.1.1196 for this build). */

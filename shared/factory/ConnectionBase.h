@@ -35,7 +35,14 @@ public:
     // The controller's factory-default address, used when no host name is set.
     static constexpr std::string_view tcp_default_hostname{"192.168.0.250"};
 
-    explicit ConnectionBase(EventCallback logger) : m_logger(std::move(logger)) {}
+    // What the flat layer asks of the connection behind it. A table of plain functions rather
+    // than virtual members: the class interface's slot order is fixed, and these are no part of it.
+    struct Hooks {
+        std::shared_ptr<const std::string> (*hostNameText)(const ConnectionBase&);
+        bool (*ownThread)(const ConnectionBase&);
+    };
+
+    ConnectionBase(EventCallback logger, const Hooks& hooks) : m_logger(std::move(logger)), m_hooks(&hooks) {}
 
     ErrorCode GetApiVersion(VersionInfo& version) override {
         version = ConnectionFactory::s_ApiVersion;
@@ -52,9 +59,9 @@ public:
     const EventCallback& eventLogger() const override { return m_logger; }
 
     // The host name setting as a text that stays alive while the caller holds it.
-    virtual std::shared_ptr<const std::string> tcpHostNameText() const = 0;
+    std::shared_ptr<const std::string> tcpHostNameText() const { return m_hooks->hostNameText(*this); }
     // True on a thread the connection owns (its reader thread), which cannot delete it.
-    virtual bool isOwnThread() const = 0;
+    bool isOwnThread() const { return m_hooks->ownThread(*this); }
 
     // Flat calls in progress on this connection. A destroy while one runs (a host's callback
     // destroying the context it was called for) is carried out when the last one leaves.
@@ -75,6 +82,7 @@ protected:
     EventCallback m_logger;
 
 private:
+    const Hooks* m_hooks;
     static constexpr std::uint64_t kDoomed = 1ull << 62;
 
     void finishDestroy() noexcept {

@@ -193,6 +193,16 @@ ErrorCode replyStatus(double number, unsigned short& status) {
     return controllerError(status);
 }
 
+ErrorCode writeAckStatus(double number) {
+    if (!std::isfinite(number))
+        return ErrorCode::BadResponse;
+    const double rounded = std::floor(number + 0.5);
+    if (rounded < 0.0 || rounded > 4294967295.0)
+        return ErrorCode::BadResponse;
+    const auto status = static_cast<std::uint32_t>(rounded);
+    return status == 0 ? ErrorCode::Success : ErrorCode(0x0400000000ull | status);
+}
+
 ErrorCode Token::GetResponse(double* value, Port& port, unsigned timeout) {
     double v = 0.0;
     if (ErrorCode e = ReadNumber(v, port, timeout); failed(e))
@@ -202,8 +212,7 @@ ErrorCode Token::GetResponse(double* value, Port& port, unsigned timeout) {
     double s = 0.0;
     if (ErrorCode e = ReadNumber(s, port, timeout); failed(e))
         return e;
-    unsigned short status = 0;
-    return replyStatus(s, status);
+    return writeAckStatus(s);
 }
 
 ErrorCode Token::logBadArgument(std::string_view text) const {

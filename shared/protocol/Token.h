@@ -28,6 +28,12 @@ class Port;
 // finite, or whose whole part lies outside 0..65535, cannot be a status: BadResponse.
 ErrorCode replyStatus(double number, unsigned short& status);
 
+// The status of the value-and-status reply to a VR or parameter write: rounded to the nearest
+// whole number (x + 0.5, floored) and kept to 32 bits; 0 is success, any other status the
+// controller error 0x400000000 | status. A number that is not finite, or that rounds outside
+// 0..0xFFFFFFFF, cannot be a status: BadResponse.
+ErrorCode writeAckStatus(double number);
+
 class Token : public ControllerCapabilities {
 public:
     using TokenDef = Shared::TokenDef;
@@ -102,7 +108,7 @@ public:
     ControllerCapabilities& controllerCapabilities() { return *this; }
     const ControllerCapabilities& controllerCapabilities() const { return *this; }
 
-    // A value and a status, read as the connection's standard response is (replyStatus below).
+    // The value-and-status reply of a write: a value, then a status read by writeAckStatus.
     ErrorCode GetResponse(double* value, Port& port, unsigned timeout);
 
     void AddLogEvent(EventType type, std::uint64_t value, std::string_view text) const;

@@ -113,6 +113,8 @@ ErrorCode Command::readStandardResponse(double* value, unsigned short* status) {
     return m_connection.GetResponse(value, status);
 }
 
+ErrorCode Command::readValueStatusReply() { return m_connection.GetValueStatusReply(); }
+
 ErrorCode Command::readReplyToBuff(char* buffer, unsigned int& size, bool setErr) {
     Shared::CharTerminatedReplyParser parser(buffer, size);
     double value = 0;

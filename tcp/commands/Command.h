@@ -64,6 +64,8 @@ public:
     ErrorCode getError() const { return m_error; }
     ErrorCode forceACK();
     ErrorCode readStandardResponse(double* value, unsigned short* status);
+    // The value-and-status reply of a VR or parameter write (the status rounded, 32 bits).
+    ErrorCode readValueStatusReply();
     ErrorCode readReplyToBuff(char* buffer, unsigned int& size, bool setErr);
     ErrorCode readReplyToString(std::string& out);
     ErrorCode readReplyWithCallback(const std::function<void(const Shared::DataStreamPacket&, const char*)>& sink);

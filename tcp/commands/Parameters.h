@@ -62,9 +62,9 @@ public:
     }
 };
 
-class CmdSetSysVar : public CmdWriteAck {
+class CmdSetSysVar : public CmdValueStatusAck {
 public:
-    using CmdWriteAck::CmdWriteAck;
+    using CmdValueStatusAck::CmdValueStatusAck;
     ErrorCode send(unsigned short code, double v) { return sendParameter(code, nullptr, 0, v); }
 
 protected:

@@ -69,10 +69,18 @@ public:
     ErrorCode readReply() override { return setError(readStandardResponse(nullptr, nullptr)); }
 };
 
-// VR ( index ) = value ZERO
-class CmdSetVR : public CmdWriteAck {
+// The reply to a VR or parameter write: a value and a status, the status rounded to the nearest
+// whole number and kept to 32 bits (a command's standard response truncates it to 16).
+class CmdValueStatusAck : public Command {
 public:
-    using CmdWriteAck::CmdWriteAck;
+    using Command::Command;
+    ErrorCode readReply() override { return setError(readValueStatusReply()); }
+};
+
+// VR ( index ) = value ZERO
+class CmdSetVR : public CmdValueStatusAck {
+public:
+    using CmdValueStatusAck::CmdValueStatusAck;
     ErrorCode send(unsigned index, double value);
 };
 

@@ -14,8 +14,15 @@ namespace Vaxo::Ubrix::TCP {
 
 using Shared::EventType;
 
+namespace {
+const Shared::ConnectionBase::Hooks s_hooks{
+    [](const Shared::ConnectionBase& c) { return static_cast<const Connection_TCP&>(c).hostNameText(); },
+    [](const Shared::ConnectionBase& c) { return static_cast<const Connection_TCP&>(c).inReaderThread(); },
+};
+} // namespace
+
 Connection_TCP::Connection_TCP(Shared::EventCallback logger)
-    : ConnectionBase(std::move(logger)), m_port(m_logger), m_token(m_logger) {}
+    : ConnectionBase(std::move(logger), s_hooks), m_port(m_logger), m_token(m_logger) {}
 
 Connection_TCP::~Connection_TCP() {
     try {
@@ -189,7 +196,7 @@ ErrorCode Connection_TCP::GetTcpHostName(std::string_view& host) {
     host = *m_hostName;
     return ErrorCode::Success;
 }
-std::shared_ptr<const std::string> Connection_TCP::tcpHostNameText() const {
+std::shared_ptr<const std::string> Connection_TCP::hostNameText() const {
     std::lock_guard lock(m_settingsMutex);
     return m_hostName;
 }

@@ -60,8 +60,6 @@ public:
     ErrorCode SetTcpHostName(std::string_view host) override;
     // The view stays valid until the next SetTcpHostName on this connection.
     ErrorCode GetTcpHostName(std::string_view& host) override;
-    std::shared_ptr<const std::string> tcpHostNameText() const override;
-    bool isOwnThread() const override { return m_pump.isInPumpThread(); }
     ErrorCode SetTcpPort(unsigned short port) override;
     ErrorCode GetTcpPort(unsigned short& port) override;
     ErrorCode SetTcpCommandTimeout(unsigned int ms) override;
@@ -153,10 +151,14 @@ public:
     }
     ErrorCode UnReadBytes(const char* data, unsigned int length) { return m_port.UnRead(data, length); }
     ErrorCode GetResponse(double* value, unsigned short* status);
+    ErrorCode GetValueStatusReply() { return m_token.GetResponse(nullptr, m_port, commandTimeout()); }
     ErrorCode forceACK(std::uint32_t id);
     // Disconnected when the link is closing: the caller holds the send lock and must let go.
     ErrorCode waitCommandQueueEmpty() { return m_pump.waitQueueEmpty() ? ErrorCode::Success : ErrorCode::Disconnected; }
     Shared::ReaderPump& readerPump() { return m_pump; }
+    // The host name setting as a shared text, and whether the caller is the reader thread.
+    std::shared_ptr<const std::string> hostNameText() const;
+    bool inReaderThread() const { return m_pump.isInPumpThread(); }
     Shared::Port_TCP& port() { return m_port; }
     Shared::ParamBlockManager& prmblk() { return m_paramBlocks; }
 

@@ -383,6 +383,36 @@ std::vector<Rule> rules() {
         {"an infinite status: BadResponse", 2.0330, 1664, status(HUGE_VAL), readVr,
          [](const W& w) { return std::vector<Bytes>{w.call("VR", {1})}; }, kBadResponse, false},
 
+        // ---- the status of a write's value-and-status reply: rounded, 32 bits
+        {"a VR write's status 2.5 rounds to controller error 3", 2.0330, 1664, status(2.5),
+         [](W& w) { return vaxo_SetVrValue(w.h, 1, 4); },
+         [](const W& w) {
+             return std::vector<Bytes>{w.join(w.t("VR"), w.t("OPENBRACKETS"), w.v(1), w.t("CLOSEBRACKETS"), w.t("ASSIGN"),
+                                     w.v(4), w.t("ZERO"))};
+         },
+         kController | 3},
+        {"a VR write's status 2.4 rounds to controller error 2", 2.0330, 1664, status(2.4),
+         [](W& w) { return vaxo_SetVrValue(w.h, 1, 4); },
+         [](const W& w) {
+             return std::vector<Bytes>{w.join(w.t("VR"), w.t("OPENBRACKETS"), w.v(1), w.t("CLOSEBRACKETS"), w.t("ASSIGN"),
+                                     w.v(4), w.t("ZERO"))};
+         },
+         kController | 2},
+        {"a VR write's status 65536 is controller error 65536", 2.0330, 1664, status(65536),
+         [](W& w) { return vaxo_SetVrValue(w.h, 1, 4); },
+         [](const W& w) {
+             return std::vector<Bytes>{w.join(w.t("VR"), w.t("OPENBRACKETS"), w.v(1), w.t("CLOSEBRACKETS"), w.t("ASSIGN"),
+                                     w.v(4), w.t("ZERO"))};
+         },
+         kController | 65536},
+        {"a parameter write's status 18.6 rounds to controller error 19", 2.0330, 1664,
+         [](W& w) { w.sim->faults().garbage(w.responseWithStatus(18.6), {"SPEED", 1}); },
+         [](W& w) { return vaxo_SetAxisParameter_SPEED(w.h, 3, 250); },
+         [](const W& w) {
+             return std::vector<Bytes>{w.join(w.sysvar("SPEED"), w.axisPart(3), w.t("ASSIGN"), w.v(250), w.t("ZERO"))};
+         },
+         kController | 19},
+
         // ---- motion
         {"FORWARD names its axis: FORWARD MODIFIER AXIS ( axis ) ZERO", 2.0330, 1664, nullptr,
          [](W& w) { return vaxo_Forward(w.h, 2); },

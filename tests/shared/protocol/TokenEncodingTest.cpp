@@ -293,22 +293,36 @@ TEST(TokenBuffers, MemBufferHoldsAndHandsOnText) {
     EXPECT_EQ(out, "zzz");
 }
 
-// The status is the second number truncated toward zero to 16 bits; what cannot be a status
-// is BadResponse. Both number formats, so that fractions survive the TMS320 rounding too.
-TEST(TokenResponse, ValueThenStatusTruncatedTo16Bits) {
+// Two status rules. A command's standard response truncates the status toward zero to 16 bits;
+// the value-and-status reply of a write rounds it to the nearest whole number and keeps 32 bits.
+// What cannot be a status under a rule is BadResponse. Both number formats, so that fractions
+// survive the TMS320 rounding too.
+TEST(TokenResponse, StandardStatusTruncatesWriteStatusRounds) {
     const double inf = std::numeric_limits<double>::infinity();
+    const ErrorCode bad = ErrorCode::BadResponse;
+    auto ctrl = [](std::uint64_t n) { return ErrorCode(0x0400000000ull | n); };
     struct {
         double status;
-        ErrorCode rc;
-        bool tmsToo;  // representable in the 32-bit format
+        ErrorCode truncated;  // replyStatus: the standard response
+        ErrorCode rounded;    // Token::GetResponse: the reply to a write
+        bool tmsToo;          // representable in the 32-bit format
     } const cases[] = {
-        {0, ErrorCode::Success, true},        {19, ErrorCode(0x0400000013ull), true},
-        {2.5, ErrorCode(0x0400000002ull), true}, {2.9, ErrorCode(0x0400000002ull), true},
-        {18.6, ErrorCode(0x0400000012ull), true}, {0.4, ErrorCode::Success, true},
-        {-0.5, ErrorCode::Success, true},     {65535.75, ErrorCode(0x040000FFFFull), true},
-        {65536, ErrorCode::BadResponse, true}, {-1, ErrorCode::BadResponse, true},
-        {1e12, ErrorCode::BadResponse, true},  {inf, ErrorCode::BadResponse, false},
-        {-inf, ErrorCode::BadResponse, false}, {std::nan(""), ErrorCode::BadResponse, false},
+        {0, ErrorCode::Success, ErrorCode::Success, true},
+        {19, ctrl(19), ctrl(19), true},
+        {2.5, ctrl(2), ctrl(3), true},
+        {2.9, ctrl(2), ctrl(3), true},
+        {2.4, ctrl(2), ctrl(2), true},
+        {18.6, ctrl(18), ctrl(19), true},
+        {0.4, ErrorCode::Success, ErrorCode::Success, true},
+        {-0.5, ErrorCode::Success, ErrorCode::Success, true},
+        {-0.6, ErrorCode::Success, bad, true},
+        {65535.75, ctrl(0xFFFF), ctrl(0x10000), true},
+        {65536, bad, ctrl(0x10000), true},
+        {-1, bad, bad, true},
+        {1e12, bad, bad, true},
+        {inf, bad, bad, false},
+        {-inf, bad, bad, false},
+        {std::nan(""), bad, bad, false},
     };
     for (bool ieee : {false, true}) {
         Events ev;
@@ -332,11 +346,11 @@ TEST(TokenResponse, ValueThenStatusTruncatedTo16Bits) {
                 continue;
             port.input = number(7.5) + number(c.status);
             double value = 0;
-            EXPECT_EQ(token.GetResponse(&value, port, 10), c.rc) << c.status << (ieee ? " ieee" : " tms");
+            EXPECT_EQ(token.GetResponse(&value, port, 10), c.rounded) << c.status << (ieee ? " ieee" : " tms");
             EXPECT_EQ(value, 7.5);
             EXPECT_TRUE(port.input.empty());
             unsigned short st = 1;
-            EXPECT_EQ(replyStatus(c.status, st), c.rc) << c.status;
+            EXPECT_EQ(replyStatus(c.status, st), c.truncated) << c.status;
         }
         port.input = number(1) + "\x01";
         EXPECT_EQ(token.GetResponse(nullptr, port, 10), ErrorCode::Timeout);
