@@ -256,6 +256,12 @@ std::vector<Rule> rules() {
         double x;
         return vaxo_GetVrValue(w.h, 1, &x);
     };
+    // VR ( 1 ) = 4: the write whose reply status the status rows vary.
+    const auto setVr1 = [](W& w) { return vaxo_SetVrValue(w.h, 1, 4); };
+    const auto vrWrite1 = [](const W& w) {
+        return std::vector<Bytes>{
+            w.join(w.t("VR"), w.t("OPENBRACKETS"), w.v(1), w.t("CLOSEBRACKETS"), w.t("ASSIGN"), w.v(4), w.t("ZERO"))};
+    };
     const std::vector<const char*> chunkTokens(std::begin(kChunkTokens), std::end(kChunkTokens));
     const auto fill = [](W& w) {
         for (int k = 0; k < 64; ++k)
@@ -385,25 +391,13 @@ std::vector<Rule> rules() {
 
         // ---- the status of a write's value-and-status reply: rounded, 32 bits
         {"a VR write's status 2.5 rounds to controller error 3", 2.0330, 1664, status(2.5),
-         [](W& w) { return vaxo_SetVrValue(w.h, 1, 4); },
-         [](const W& w) {
-             return std::vector<Bytes>{w.join(w.t("VR"), w.t("OPENBRACKETS"), w.v(1), w.t("CLOSEBRACKETS"), w.t("ASSIGN"),
-                                     w.v(4), w.t("ZERO"))};
-         },
+         setVr1, vrWrite1,
          kController | 3},
         {"a VR write's status 2.4 rounds to controller error 2", 2.0330, 1664, status(2.4),
-         [](W& w) { return vaxo_SetVrValue(w.h, 1, 4); },
-         [](const W& w) {
-             return std::vector<Bytes>{w.join(w.t("VR"), w.t("OPENBRACKETS"), w.v(1), w.t("CLOSEBRACKETS"), w.t("ASSIGN"),
-                                     w.v(4), w.t("ZERO"))};
-         },
+         setVr1, vrWrite1,
          kController | 2},
         {"a VR write's status 65536 is controller error 65536", 2.0330, 1664, status(65536),
-         [](W& w) { return vaxo_SetVrValue(w.h, 1, 4); },
-         [](const W& w) {
-             return std::vector<Bytes>{w.join(w.t("VR"), w.t("OPENBRACKETS"), w.v(1), w.t("CLOSEBRACKETS"), w.t("ASSIGN"),
-                                     w.v(4), w.t("ZERO"))};
-         },
+         setVr1, vrWrite1,
          kController | 65536},
         {"a parameter write's status 18.6 rounds to controller error 19", 2.0330, 1664,
          [](W& w) { w.sim->faults().garbage(w.responseWithStatus(18.6), {"SPEED", 1}); },
